@@ -1,0 +1,113 @@
+#include "PerfFactory.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "PerfReader.h"
+#include "PerfRecord.h"
+#include "Settings.h"
+
+PerfRecordFunction PerfFactory::perfRecordFunctions[PerfFactory::kTypes];
+int32_t PerfFactory::_lostBytes = 0;
+char* PerfFactory::_tmp = nullptr;
+int32_t PerfFactory::_tmpLen = 0;
+
+int PerfFactory::addFunction(int type, const char* name, PerfRecordCreateFn fn)
+{
+    if (type < 0 || type >= kTypes || perfRecordFunctions[type].fn != nullptr)
+        return -1;
+    PerfRecordFunction& slot = perfRecordFunctions[type];
+    slot.type = type;
+    slot.fn = fn;
+    slot.name = strdup(name != nullptr ? name : "notgiven");
+    return 0;
+}
+
+PerfAddFactory::PerfAddFactory(int type, const char* name, PerfRecordCreateFn fn)
+{
+    (void)PerfFactory::addFunction(type, name, fn);
+}
+
+// The buffer only grows; its contents do not survive growing.
+void PerfFactory::allocTmpBuffer(int size)
+{
+    if (_tmp != nullptr) {
+        if (size <= _tmpLen)
+            return;
+        delete[] _tmp;
+    }
+    _tmpLen = size > 1024 ? size : 1024;
+    _tmp = new char[_tmpLen]();  // zeroed, so a short body reads as zeros the first time
+}
+
+static bool plausibleHeader(uint32_t type, uint32_t size)
+{
+    return size <= PerfFactory::kMaxRecordSize && type - 1 <= 15u && size >= PerfFactory::kMinRecordSize;
+}
+
+PerfRecord* PerfFactory::readNext(PerfReader& reader)
+{
+    // A short read at the end of the file leaves the rest of the header zero.
+    struct {
+        uint32_t type;
+        uint16_t misc;
+        uint16_t size;
+    } header = {0, 0, 0};
+    if (reader.read((char*)&header, sizeof header) <= 0)
+        return nullptr;
+
+    uint32_t type = header.type;
+    uint32_t size = header.size;
+    allocTmpBuffer((int)size + 8);
+
+    // Scan for two neighbouring words that look like a type and, in the upper
+    // half of the second, a size. Steps are 4 bytes, from the end of the
+    // rejected header, so a header at any word boundary can be found.
+    uint32_t scanWord = 0;
+    bool scanned = false;
+    while (!plausibleHeader(type, size)) {
+        type = scanWord;
+        if (reader.read((char*)&scanWord, sizeof scanWord) <= 0)
+            return nullptr;
+        size = scanWord >> 16;
+        _lostBytes += 4;
+        scanned = true;
+    }
+    if (scanned && gVerbosity != 0)
+        puts("FIXED");
+
+    // A body cut short by the end of the file is dispatched all the same.
+    (void)reader.read(_tmp + 8, (int)size - 8);
+
+    if (type == (uint32_t)kTypes) {
+        if (gVerbosity != 0)
+            printf("Overflow Type:%x len:%d(%x)\n", type, (int)size, size);
+        return nullptr;
+    }
+    PerfRecordCreateFn fn = perfRecordFunctions[type].fn;
+    if (fn == nullptr) {
+        if (gVerbosity != 0)
+            printf("Unknown Type:%x len:%d(%x)\n", type, (int)size, size);
+        return nullptr;
+    }
+    PerfRecord* record = fn(_tmp);
+    if (record != nullptr) {
+        record->_type = type;
+        record->_size = (uint16_t)size;
+    }
+    return record;
+}
+
+void PerfFactory::showStats()
+{
+    printf("Lost Bytes: %d\n", _lostBytes);
+}
+
+void dump(const char* buffer, int size)
+{
+    for (int i = 0; i < size; i++) {
+        printf("%02x ", (unsigned char)buffer[i]);
+        if ((i + 1) % 16 == 0)
+            printf("\n");
+    }
+}

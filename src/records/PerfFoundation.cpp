@@ -1,0 +1,3 @@
+#include "PerfFoundation.h"
+
+bool PerfFoundation::_bypassDestructor = false;

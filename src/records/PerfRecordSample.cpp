@@ -1,0 +1,3 @@
+#include "PerfRecordSample.h"
+
+double PerfRecordSample::_firstSampleTime = 0.0;

@@ -1,0 +1,64 @@
+#include "Driver.h"
+
+#include <cstring>
+
+#include "FileNames.h"
+#include "Options.h"
+#include "PerfFactory.h"
+#include "PerfJSONWriter.h"
+#include "PerfReader.h"
+#include "PerfRecordHeaderS.h"
+#include "Settings.h"
+#include "TimeBase.h"
+
+void walkRecords(PerfReader& reader)
+{
+    // A read error (-1) keeps status() true, so the loop tries again.
+    while (reader.status()) {
+        (void)PerfFactory::readNext(reader);
+        if (gDoneProcessing)
+            break;
+    }
+}
+
+int runConverter(int argc, char** argv)
+{
+    PerfReader reader;
+    PerfFactory factory;
+
+    FileNames::createEmptyRef();
+    parseOptions(argc, argv);
+
+    // The white-space option goes first, where the writer takes its label
+    // switch, and the label option second: the crossing is intended.
+    PerfJSONWriter* writer = new PerfJSONWriter(addJSONWhiteSpace, addJSONLabels);
+
+    calcTimeConversion();
+    readEnvironment();
+
+    if (reader.open(inFileName.c_str()) == -1)
+        errorExit("Bad In File Name", -1);
+    if (writer->open(outFileName.c_str()) == -1)
+        errorExit("Bad Out File Name", -1);
+
+    PerfRecordHeaderS header;
+    memset(&header, 0, sizeof header);
+    if (reader.read((char*)&header, (int)sizeof header) <= 0)
+        errorExit("Invalid In File", -1);
+
+    reader.seek((int)(uint32_t)header.dataOffset);
+    walkRecords(reader);
+
+    if (!gTimechartMode) {
+        writer->newElementStart(nullptr);
+        writer->newElementEnd();
+    }
+
+    writer->close();
+    reader.close();
+    if (gMarkerFile != nullptr)
+        fclose(gMarkerFile);
+    if (gVerbosity != 0)
+        PerfFactory::showStats();
+    return 0;
+}

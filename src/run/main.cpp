@@ -1,0 +1,6 @@
+#include "Driver.h"
+
+int main(int argc, char** argv)
+{
+    return runConverter(argc, argv);
+}

@@ -1,0 +1,119 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "ConverterRun.h"
+#include "PerfDataBuilder.h"
+
+using B = PerfDataBuilder;
+
+TEST(DriverEndToEnd, HelpPrintsEveryRowAndTouchesNoFile)
+{
+    ConverterRun run;
+    RunResult r = run.run({"-h", "-x"});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_FALSE(r.outputExists);
+    EXPECT_EQ(r.out,
+              "Usage:  zelconv <options>\n"
+              "   w - add white space to the JSON output (D)\n"
+              "   l - add labels to the JSON output\n"
+              "   W - remove white space from JSON output\n"
+              "   L - remove labels from the JSON outout (D)\n"
+              "   I - remove first interrupt in backtrace \n"
+              "   i - parse input file name (perf.data)\n"
+              "   o - output file name (perf.json)\n"
+              "   p - add to the path to search for syms (/proc/1/root)\n"
+              "   z - use a zero time base offset\n"
+              "   e - use Unix Epoch time as base offset (D)\n"
+              "   q - use Unix Epoch time as base offset (D)\n"
+              "   r - use the raw time, no offset\n"
+              "   R - remove cr/lf to make less readable\n"
+              "   b - provide a base time in float format\n"
+              "   s - first timestamp to process (gettimeofday format)\n"
+              "   f - last timestamp to process (gettimeofday format)\n"
+              "   d - bypass destructors\n"
+              "   D - don't bypass destructors (D)\n"
+              "   v - verbosity level\n"
+              "   m - put ZelView debug markers in code\n"
+              "   h - print this help menu\n"
+              "   t - process a timechart perf dump\n"
+              "   c - y = cx + g, loomstat timestamp scaler\n"
+              "   g - y = cx + g, loomstat timestamp offset\n"
+              "   S - Server name for opengrok default:localhost:8080\n"
+              "   P - Server protocol for opengrok default:http\n"
+              "   P - File only lookup for opengrok default:false\n");
+}
+
+TEST(DriverEndToEnd, BadOptionOrMissingArgumentEndsWith255)
+{
+    for (auto args : {std::vector<std::string>{"-x"}, std::vector<std::string>{"-i"}}) {
+        ConverterRun run;
+        run.input(B());
+        RunResult r = run.run(args);
+        EXPECT_EQ(r.status, 255);
+        EXPECT_EQ(r.out, "ERROR: Bad option passed use -h for help\n");
+        EXPECT_NE(r.err, "");  // getopt's own complaint
+        EXPECT_FALSE(r.outputExists);
+    }
+}
+
+TEST(DriverEndToEnd, MissingInputLeavesNoOutputFile)
+{
+    ConverterRun run;
+    RunResult r = run.run({"-i", "absent.data"});
+    EXPECT_EQ(r.status, 255);
+    EXPECT_EQ(r.out, "ERROR: Bad In File Name\n");
+    EXPECT_FALSE(r.outputExists);
+}
+
+TEST(DriverEndToEnd, EmptyInputLeavesAnEmptyOutputFile)
+{
+    ConverterRun run;
+    run.file("perf.data", "");
+    RunResult r = run.run({});
+    EXPECT_EQ(r.status, 255);
+    EXPECT_EQ(r.out, "ERROR: Invalid In File\n");
+    EXPECT_TRUE(r.outputExists);
+    EXPECT_EQ(r.output, "");
+}
+
+TEST(DriverEndToEnd, ProfileModeWritesTheTopLevelObject)
+{
+    ConverterRun run;
+    run.input(B().record(2, std::string(8, '\0')), "in.data");
+    RunResult r = run.run({"-i", "in.data", "-o", "out.json", "-b", "5"}, "out.json");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.output, "{}\n");
+}
+
+TEST(DriverEndToEnd, TimechartModeOpensAndClosesTheOutput)
+{
+    ConverterRun run;
+    run.input(B());
+    RunResult r = run.run({"-t"});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_TRUE(r.outputExists);
+}
+
+TEST(DriverEndToEnd, VerboseRunEndsWithTheStatistics)
+{
+    ConverterRun run;
+    run.input(B().junk(std::string(8, '\xff')).record(2, std::string(8, '\0')).record(7, "abcd"));
+    RunResult r = run.run({"-v", "1"});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out, "FIXED\nUnknown Type:2 len:16(10)\nUnknown Type:7 len:12(c)\nLost Bytes: 8\n");
+}
+
+TEST(DriverEndToEnd, WrongMagicAndShortHeaderAreProcessedAnyway)
+{
+    ConverterRun run;
+    std::string image = B().record(2, std::string(8, '\0')).bytes();
+    image.replace(0, 8, "NOTPERF!");
+    run.file("perf.data", image);
+    EXPECT_EQ(run.run({}).status, 0);
+    run.file("perf.data", "short");
+    RunResult r = run.run({});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.output, "{}\n");
+}

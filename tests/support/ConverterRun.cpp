@@ -1,0 +1,135 @@
+#include "ConverterRun.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "PerfDataBuilder.h"
+
+namespace fs = std::filesystem;
+
+std::string readFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::stringstream contents;
+    contents << file.rdbuf();
+    return contents.str();
+}
+
+ConverterRun::ConverterRun()
+{
+    std::string pattern = (fs::temp_directory_path() / "zelconv-test-XXXXXX").string();
+    std::vector<char> buffer(pattern.begin(), pattern.end());
+    buffer.push_back('\0');
+    if (mkdtemp(buffer.data()) == nullptr)
+        throw std::runtime_error("mkdtemp failed");
+    _dir = buffer.data();
+    fs::create_directories(_dir + "/root");
+}
+
+ConverterRun::~ConverterRun()
+{
+    std::error_code ignored;
+    fs::remove_all(_dir, ignored);
+}
+
+std::string ConverterRun::path(const std::string& name) const
+{
+    return _dir + "/" + name;
+}
+
+ConverterRun& ConverterRun::input(const PerfDataBuilder& builder, const std::string& name)
+{
+    builder.writeTo(path(name));
+    return *this;
+}
+
+ConverterRun& ConverterRun::file(const std::string& name, const std::string& contents)
+{
+    fs::path target = path(name);
+    fs::create_directories(target.parent_path());
+    std::ofstream out(target, std::ios::binary | std::ios::trunc);
+    out << contents;
+    return *this;
+}
+
+ConverterRun& ConverterRun::systemFile(const std::string& absolutePath, const std::string& contents)
+{
+    return file("root" + absolutePath, contents);
+}
+
+ConverterRun& ConverterRun::env(const std::string& name, const std::string& value)
+{
+    _env[name] = value;
+    return *this;
+}
+
+ConverterRun& ConverterRun::prependPath(const std::string& directory)
+{
+    _pathPrefix = directory + ":" + _pathPrefix;
+    return *this;
+}
+
+RunResult ConverterRun::run(const std::vector<std::string>& args, const std::string& outputName)
+{
+    std::string outPath = path("stdout.txt");
+    std::string errPath = path("stderr.txt");
+    std::string output = path(outputName);
+
+    // The environment the converter sees: the test's variables only, plus
+    // PATH and the redirected root of the machine's files.
+    std::map<std::string, std::string> environment = _env;
+    const char* hostPath = getenv("PATH");
+    environment["PATH"] = _pathPrefix + (hostPath != nullptr ? hostPath : "/usr/bin:/bin");
+    if (environment.find("ZELCONV_SYSROOT") == environment.end())
+        environment["ZELCONV_SYSROOT"] = path("root");
+    std::vector<std::string> envStrings;
+    for (const auto& [name, value] : environment)
+        envStrings.push_back(name + "=" + value);
+
+    std::vector<std::string> argStrings = {ZELCONV_BINARY};
+    argStrings.insert(argStrings.end(), args.begin(), args.end());
+
+    pid_t child = fork();
+    if (child < 0)
+        throw std::runtime_error("fork failed");
+    if (child == 0) {
+        if (chdir(_dir.c_str()) != 0)
+            _exit(126);
+        int outFd = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        int errFd = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        if (outFd < 0 || errFd < 0)
+            _exit(126);
+        dup2(outFd, 1);
+        dup2(errFd, 2);
+        std::vector<char*> argv;
+        for (auto& a : argStrings)
+            argv.push_back(a.data());
+        argv.push_back(nullptr);
+        std::vector<char*> envp;
+        for (auto& e : envStrings)
+            envp.push_back(e.data());
+        envp.push_back(nullptr);
+        execve(argv[0], argv.data(), envp.data());
+        _exit(127);
+    }
+    int waitStatus = 0;
+    waitpid(child, &waitStatus, 0);
+
+    RunResult result;
+    result.status = WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 128 + WTERMSIG(waitStatus);
+    result.out = readFile(outPath);
+    result.err = readFile(errPath);
+    result.outputExists = fs::exists(output);
+    if (result.outputExists)
+        result.output = readFile(output);
+    return result;
+}
