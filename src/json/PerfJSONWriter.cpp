@@ -12,8 +12,6 @@ PerfJSONWriter::PerfJSONWriter(bool includeLabels, bool whiteSpace)
 {
 }
 
-// The text writer is deliberately not released: the program's one writer lives
-// until the process ends.
 PerfJSONWriter::~PerfJSONWriter()
 {
     close();
@@ -40,7 +38,7 @@ int PerfJSONWriter::open(const char* name)
         _file.clear();
     else
         _file.setstate(std::ios::failbit);
-    _writer = new loomstat::JsomStringWriter(_document);
+    _writer = std::make_unique<loomstat::JsomStringWriter>(_document);
     _writer->_whiteSpace = _whiteSpace;
     return 0;
 }

@@ -7,6 +7,7 @@
 #define ZELCONV_PERFJSONWRITER_H
 
 #include <fstream>
+#include <memory>
 #include <string>
 
 namespace loomstat {
@@ -55,7 +56,7 @@ private:
 
     std::ofstream _file;
     std::string _document;
-    loomstat::JsomStringWriter* _writer;
+    std::unique_ptr<loomstat::JsomStringWriter> _writer;
     std::string _buffer;
     bool _includeLabels;
     bool _whiteSpace;

@@ -31,14 +31,14 @@ int runConverter(int argc, char** argv)
 
     // The white-space option goes first, where the writer takes its label
     // switch, and the label option second: the crossing is intended.
-    PerfJSONWriter* writer = new PerfJSONWriter(addJSONWhiteSpace, addJSONLabels);
+    PerfJSONWriter writer(addJSONWhiteSpace, addJSONLabels);
 
     calcTimeConversion();
     readEnvironment();
 
     if (reader.open(inFileName.c_str()) == -1)
         errorExit("Bad In File Name", -1);
-    if (writer->open(outFileName.c_str()) == -1)
+    if (writer.open(outFileName.c_str()) == -1)
         errorExit("Bad Out File Name", -1);
 
     PerfRecordHeaderS header;
@@ -50,11 +50,11 @@ int runConverter(int argc, char** argv)
     walkRecords(reader);
 
     if (!gTimechartMode) {
-        writer->newElementStart(nullptr);
-        writer->newElementEnd();
+        writer.newElementStart(nullptr);
+        writer.newElementEnd();
     }
 
-    writer->close();
+    writer.close();
     reader.close();
     if (gMarkerFile != nullptr)
         fclose(gMarkerFile);
