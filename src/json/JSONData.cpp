@@ -436,6 +436,7 @@ void JSONData::quoteJsonString(const std::string& text, std::string& out) {
     runStart = i + 1;
   }
   out.append(text, runStart, std::string::npos);
+  out.push_back('"');
 }
 
 void JSONData::appendStringValue(std::string& out, int precision) const {

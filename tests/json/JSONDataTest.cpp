@@ -1,0 +1,301 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <sstream>
+#include <string>
+
+#include "JSONData.h"
+
+using loomstat::JSONData;
+
+namespace {
+
+std::string compact(const JSONData& node, int precision = 6) {
+  std::string out;
+  node.toJsonString(out, false, precision);
+  return out;
+}
+
+JSONData* longNode(int64_t value) {
+  JSONData* node = new JSONData(1);
+  node->setLong(value);
+  return node;
+}
+
+// An array [1, 2, 3] of nodes that the test also holds, so that references
+// can be counted; the tree holds one each.
+struct ThreeElements {
+  JSONData array;
+  JSONData* member[3];
+  ThreeElements() {
+    for (int i = 0; i < 3; ++i) {
+      member[i] = longNode(i + 1);
+      array.setByIndex(i, member[i]);
+    }
+  }
+  ~ThreeElements() {
+    for (JSONData* m : member) JSONData::release(m);
+  }
+};
+
+}  // namespace
+
+TEST(JSONDataTree, SetTypeKeepsContentOfSameTypeAndResetsOtherwise) {
+  JSONData node;
+  node.setByKey("a", longNode(1));
+  JSONData::release(node.getByKey("a"));  // leave the tree as the only holder
+  node.setObject();
+  EXPECT_EQ(compact(node), "{\"a\":1}");
+  node.setArray();
+  EXPECT_EQ(compact(node), "[]");
+  node.setString("kept");
+  node.setString(static_cast<const char*>(nullptr));
+  EXPECT_EQ(*node.stringValue(), "kept");
+  node.setLong(5);
+  node.setString(static_cast<const char*>(nullptr));
+  EXPECT_EQ(*node.stringValue(), "");
+}
+
+TEST(JSONDataTree, ScalarConversions) {
+  JSONData node;
+  node.setDouble(-2.9);
+  EXPECT_EQ(node.longValue(), -2);
+  node.setBoolean(true);
+  EXPECT_EQ(node.longValue(), 1);
+  EXPECT_EQ(node.doubleValue(), 1.0);
+  node.setLong(-7);
+  EXPECT_EQ(node.doubleValue(), -7.0);
+  EXPECT_EQ(node.stringValue(), nullptr);
+  node.setString("12");
+  EXPECT_EQ(node.longValue(), 0);
+  EXPECT_EQ(node.doubleValue(), 0.0);
+  // Out-of-range doubles saturate instead of being undefined.
+  node.setDouble(1e300);
+  EXPECT_EQ(node.longValue(), std::numeric_limits<int64_t>::max());
+  node.setDouble(std::nan(""));
+  EXPECT_EQ(node.longValue(), 0);
+}
+
+TEST(JSONDataTree, BooleanValueReadsTheFirstByteOfAnyType) {
+  JSONData node;
+  node.setLong(256);
+  EXPECT_FALSE(node.booleanValue());
+  node.setLong(0x101);
+  EXPECT_TRUE(node.booleanValue());
+  node.setBoolean(true);
+  EXPECT_TRUE(node.booleanValue());
+}
+
+TEST(JSONDataTree, EraseByIndexAndKey) {
+  JSONData node;
+  node.setArray();
+  node.erase(-1);
+  EXPECT_EQ(node.length(), 0);
+  for (int i = 0; i < 4; ++i) {
+    JSONData* child = longNode(i);
+    node.setByIndex(i, child);
+    JSONData::release(child);
+  }
+  node.erase(-1);
+  node.erase(4);
+  node.erase(-2);
+  node.erase(0);
+  EXPECT_EQ(compact(node), "[1,2]");
+
+  const char* text = "{\"a\":1,\"b\":2,\"a\":3}";
+  node.reset();
+  ASSERT_TRUE(node.setFromJsonString(text));
+  node.erase("a");
+  EXPECT_EQ(compact(node), "{\"a\":1,\"b\":2}");
+  node.erase(static_cast<const char*>(nullptr));
+  node.erase(std::string("missing"));
+  node.erase(0);
+  EXPECT_EQ(compact(node), "{\"b\":2}");
+  EXPECT_EQ(*node.getKeyAtIndex(0), "b");
+  EXPECT_EQ(node.getKeyAtIndex(1), nullptr);
+}
+
+TEST(JSONDataTree, SetByKeyReplacesDeletesAndConverts) {
+  JSONData node;
+  node.setLong(3);
+  node.setByKey("gone", nullptr);  // a non-object becomes an empty object first
+  EXPECT_EQ(compact(node), "{}");
+  JSONData* first = longNode(1);
+  JSONData* second = longNode(2);
+  node.setByKey("k", first);
+  EXPECT_EQ(first->_refCount, 2);
+  node.setByKey(std::string("k"), second);
+  EXPECT_EQ(first->_refCount, 1);
+  EXPECT_EQ(node.getByKey("k"), second);
+  node.setByKey("k", nullptr);
+  EXPECT_EQ(node.length(), 0);
+  EXPECT_EQ(second->_refCount, 1);
+  JSONData::release(first);
+  JSONData::release(second);
+}
+
+TEST(JSONDataTree, SetByIndexAppendsOnlyAtTheEnd) {
+  ThreeElements t;
+  JSONData* extra = longNode(9);
+  testing::internal::CaptureStderr();
+  t.array.setByIndex(5, extra);
+  t.array.setByIndex(-1, extra);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "JSONData::setByIndex(): index out of range\nJSONData::setByIndex(): index out of range\n");
+  EXPECT_EQ(extra->_refCount, 1);
+  t.array.setByIndex(3, extra);
+  EXPECT_EQ(compact(t.array), "[1,2,3,9]");
+  t.array.setByIndex(1, nullptr);  // removal closes the gap
+  EXPECT_EQ(compact(t.array), "[1,3,9]");
+  EXPECT_EQ(t.member[1]->_refCount, 1);
+  JSONData::release(extra);
+}
+
+// The in-range case: the array becomes `index` copies of the value, only the
+// element at `index` is released, and the others are dropped unreleased.
+TEST(JSONDataTree, SetByIndexInRangeFillsWithCopies) {
+  ThreeElements t;
+  JSONData* value = longNode(7);
+  t.array.setByIndex(1, value);
+  EXPECT_EQ(compact(t.array), "[7]");
+  EXPECT_EQ(t.member[1]->_refCount, 1);  // released
+  EXPECT_EQ(t.member[0]->_refCount, 2);  // dropped without release
+  EXPECT_EQ(t.member[2]->_refCount, 2);
+  EXPECT_EQ(value->_refCount, 2);
+  JSONData::release(t.member[0]);  // the references the array leaked
+  JSONData::release(t.member[2]);
+
+  ThreeElements u;
+  u.array.setByIndex(2, value);
+  EXPECT_EQ(compact(u.array), "[7,7]");
+  EXPECT_EQ(value->_refCount, 4);  // one per copy, so later releases stay sound
+  JSONData::release(u.member[0]);
+  JSONData::release(u.member[1]);
+
+  ThreeElements w;
+  w.array.setByIndex(0, value);  // setting element 0 empties the array
+  EXPECT_EQ(compact(w.array), "[]");
+  EXPECT_EQ(value->_refCount, 5);  // the reference taken for the append stays
+  JSONData::release(w.member[1]);
+  JSONData::release(w.member[2]);
+  value->_refCount = 4;  // drop the leaked one: the test, t and u (twice) remain
+  JSONData::release(value);
+}
+
+TEST(JSONDataTree, CloneAndCopy) {
+  const char* text = "{\"a\":[1,2.5,\"s\",true,null],\"b\":{\"c\":{}}}";
+  JSONData source;
+  ASSERT_TRUE(source.setFromJsonString(text));
+  JSONData* clone = source.clone();
+  EXPECT_EQ(clone->_refCount, 0);
+  EXPECT_EQ(clone->getByKey("a")->_refCount, 1);
+  EXPECT_EQ(compact(*clone), compact(source));
+  EXPECT_NE(clone->getByKey("a"), source.getByKey("a"));
+  clone->addReference();
+  JSONData::release(clone);
+
+  JSONData target;
+  target.setLong(4);
+  target.copy(source);
+  EXPECT_EQ(compact(target), compact(source));
+  target.copy(target);
+  EXPECT_EQ(compact(target), compact(source));
+  // From a member of its own: the member survives until the copy is done.
+  target.copy(*target.getByKey("a"));
+  EXPECT_EQ(compact(target), "[1,2.5,\"s\",true,null]");
+  target.copy(*target.getByIndex(2));
+  EXPECT_EQ(compact(target), "\"s\"");
+}
+
+struct ValueTextCase {
+  double value;
+  int precision;
+  const char* text;
+};
+
+class JSONDataDoubleText : public testing::TestWithParam<ValueTextCase> {};
+
+TEST_P(JSONDataDoubleText, TrimsTrailingZerosAndPoint) {
+  JSONData node;
+  node.setDouble(GetParam().value);
+  std::string out = "<";
+  node.appendStringValue(out, GetParam().precision);
+  EXPECT_EQ(out, std::string("<") + GetParam().text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, JSONDataDoubleText,
+    testing::Values(ValueTextCase{2.50, 4, "2.5"}, ValueTextCase{3.0, 4, "3"}, ValueTextCase{120, 0, "12"},
+                    ValueTextCase{7, 0, "7"}, ValueTextCase{100, 2, "100"}, ValueTextCase{0.1, 9, "0.1"},
+                    ValueTextCase{-0.00001, 4, "-0"}, ValueTextCase{1.23456, 2, "1.23"},
+                    ValueTextCase{1e20, 2, "100000000000000000000"},
+                    ValueTextCase{1e60, 4, "999999999999999949387135297074018866963645011013410073083904"}));
+
+TEST(JSONDataPrint, ScalarsAndQuoting) {
+  JSONData node;
+  std::string out;
+  node.appendStringValue(out, 4);  // unset: nothing
+  node.setLong(std::numeric_limits<int64_t>::min());
+  node.appendStringValue(out, 4);
+  node.setNull();
+  node.appendStringValue(out, 4);
+  node.setBoolean(false);
+  node.appendStringValue(out, 4);
+  node.setString("raw\"");
+  node.appendStringValue(out, 4);
+  EXPECT_EQ(out, "-9223372036854775808nullfalseraw\"");
+
+  out.clear();
+  JSONData::quoteJsonString(std::string("\b\t\n\f\r\"\\/\x01\xc3\xa9", 11), out);
+  EXPECT_EQ(out, std::string("\"\\b\\t\\n\\f\\r\\\"\\\\/\x01\xc3\xa9\"", 20));
+}
+
+TEST(JSONDataPrint, PrettyAndCompactForms) {
+  const std::string text = "{\"k\":[1,{\"x\":\"y\"},[]],\"e\":{}}";
+  JSONData node;
+  ASSERT_TRUE(node.setFromJsonStlString(text));
+  std::string out = "junk";
+  node.toJsonString(out, true, 4);
+  EXPECT_EQ(out, "{\n \"k\": [\n  1,\n  {\n   \"x\": \"y\"\n  },\n  [\n  ]\n ],\n \"e\": {\n }\n}");
+  node.toJsonString(out, false, 4);
+  EXPECT_EQ(out, text);
+  JSONData empty;
+  empty.setObject();
+  empty.toJsonString(out, true, 4);
+  EXPECT_EQ(out, "{\n}");
+  empty.reset();
+  empty.toJsonString(out, true, 4);
+  EXPECT_EQ(out, "");
+}
+
+TEST(JSONDataPrint, IndentIsCappedAtFiftySpaces) {
+  JSONData node;
+  const char* text = "[1]";
+  ASSERT_TRUE(node.setFromJsonString(text));
+  const std::string nl = "\n";
+  const struct {
+    int depth;
+    int member;
+    int closing;
+  } cases[] = {{48, 49, 48}, {49, 50, 49}, {50, 50, 50}, {70, 50, 50}};
+  for (const auto& c : cases) {
+    std::string out;
+    node.appendJsonString(out, true, 4, c.depth);
+    EXPECT_EQ(out, "[" + nl + std::string(c.member, ' ') + "1" + nl + std::string(c.closing, ' ') + "]") << c.depth;
+  }
+}
+
+TEST(JSONDataPrint, AppendStreamIsCompactWithTheStreamPrecision) {
+  const char* text = "{\"a\":[1.23456,\"q\\\"\",null],\"b\":false}";
+  JSONData node;
+  ASSERT_TRUE(node.setFromJsonString(text));
+  std::ostringstream stream;
+  stream.precision(2);
+  node.appendStream(stream);
+  EXPECT_EQ(stream.str(), "{\"a\":[1.23,\"q\\\"\",null],\"b\":false}");
+  std::ostringstream bad;
+  bad.setstate(std::ios::badbit);
+  node.appendStream(bad);
+  EXPECT_EQ(bad.str(), "");
+}

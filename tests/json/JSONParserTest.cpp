@@ -1,0 +1,236 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <sstream>
+#include <string>
+
+#include "JSONData.h"
+
+using loomstat::JSONData;
+
+namespace {
+
+enum class Twin { Cursor, Stream };
+
+// Parses text with one twin; returns the success flag and what went to
+// standard error.
+bool parse(Twin twin, JSONData& node, const std::string& text, std::string& messages) {
+  testing::internal::CaptureStderr();
+  bool ok;
+  if (twin == Twin::Cursor) {
+    ok = node.setFromJsonStlString(text);
+  } else {
+    std::istringstream stream(text);
+    ok = node.setFromStream(stream);
+  }
+  messages = testing::internal::GetCapturedStderr();
+  return ok;
+}
+
+std::string compact(const JSONData& node) {
+  std::string out;
+  node.toJsonString(out, false, 6);
+  return out;
+}
+
+struct ParseCase {
+  const char* text;
+  bool ok;
+  const char* tree;     // compact form of what the node holds afterwards
+  const char* message;  // the syntax error printed, or empty
+};
+
+class JSONParse : public testing::TestWithParam<std::tuple<Twin, ParseCase>> {};
+
+TEST_P(JSONParse, ResultTreeAndMessage) {
+  const Twin twin = std::get<0>(GetParam());
+  const ParseCase& c = std::get<1>(GetParam());
+  JSONData node;
+  std::string messages;
+  EXPECT_EQ(parse(twin, node, c.text, messages), c.ok);
+  EXPECT_EQ(compact(node), c.tree);
+  std::string expected;
+  if (*c.message != '\0') {
+    expected = std::string("JSONData::") + (twin == Twin::Cursor ? "setFromJsonString()" : "setFromStream()") +
+               ": syntax error: " + c.message + "\n";
+  }
+  EXPECT_EQ(messages, expected);
+}
+
+const ParseCase kCases[] = {
+    // Containers, trailing commas, and what survives a failure.
+    {"[1,2,]", true, "[1,2]", ""},
+    {"{\"a\":{\"b\":[1,2,],},}", true, "{\"a\":{\"b\":[1,2]}}", ""},
+    {"{\"a\":1,\"a\":2}", true, "{\"a\":1,\"a\":2}", ""},
+    {"[,1]", false, "[]", "missing value"},
+    {"[1,,2]", false, "[1]", "missing value"},
+    {"[1}", false, "[]", "array comma or end expected"},
+    {"[}", false, "[]", "array not closed"},
+    {"[1,}", false, "[1]", "array not closed"},
+    {"[", false, "[]", "array not closed"},
+    {"{,}", false, "{}", "object key must be a string"},
+    {"{1:2}", false, "{}", "object key must be a string"},
+    {"{\"a\":1,,}", false, "{\"a\":1}", "invalid string for object key"},
+    {"{\"a\" 1}", false, "{}", "object colon expected"},
+    {"{\"a\":1 \"b\":2}", false, "{}", "object comma or end expected"},
+    {"{\"a\":1]", false, "{}", "object comma or end expected"},
+    {"{\"a\":1,]", false, "{\"a\":1}", "object not closed"},
+    {"{", false, "{}", "object not closed"},
+    {"{\"a\":", false, "{}", ""},  // the member fails silently at the end
+    {"[1,[2,", false, "[1]", "array not closed"},
+    // Comments, wherever white space may stand.
+    {"/* c */ [ // x\n 1 /* y */, 2 ] // end", true, "[1,2]", ""},
+    {"/*/ [1] */ 5", true, "5", ""},
+    {"[tr/**/ue]", false, "[]", "invalid boolean value"},
+    {"[1/**/0]", false, "[]", "array comma or end expected"},
+    {"/x", false, "", "missing value"},
+    {"/* open", false, "", ""},
+    {"// only", false, "", ""},
+    // Numbers.
+    {"+1", false, "", "invalid number"},
+    {"-x", false, "", "invalid number"},
+    {"[-]", false, "[]", "invalid number"},
+    {"-0", true, "0", ""},
+    {"-007", true, "-7", ""},
+    {".5", false, "", "missing value"},
+    {"[1.5,-0.25,3.000,12.]", true, "[1.5,-0.25,3,12]", ""},
+    {"1e5", true, "1", ""},
+    {"[1e5]", false, "[]", "array comma or end expected"},
+    {"9223372036854775808", true, "-9223372036854775808", ""},
+    {"18446744073709551617", true, "1", ""},
+    // Keywords.
+    {"[true,false,null]", true, "[true,false,null]", ""},
+    {"nullx", true, "null", ""},
+    {"nul", false, "", "invalid null value"},
+    {"fals", false, "", "invalid boolean value"},
+    // Strings.
+    {"\"a\\qb\"", true, "\"a\\\\qb\"", ""},
+    {"\"\\n\\t\\r\\b\\f\\\"\\\\\\/\"", true, "\"\\n\\t\\r\\b\\f\\\"\\\\/\"", ""},
+    {"\"\\u1234\\u00e9\\u00E9\\u00AF\"", true, "\"4\xe9\x99Z\"", ""},
+    {"\"raw\nline\"", true, "\"raw\\nline\"", ""},
+    {"\"ab\\u12g4\"", false, "\"ab\"", "invalid string"},
+    {"\"abc", false, "\"abc\"", "invalid string"},
+    // Empty input, stray tokens, text after the value.
+    {"", false, "", ""},
+    {"  \n", false, "", ""},
+    {"x", false, "", "missing value"},
+    {"]", false, "", "missing value"},
+    {":", false, "", "missing value"},
+    {"[1] garbage", true, "[1]", ""},
+};
+
+INSTANTIATE_TEST_SUITE_P(Both, JSONParse, testing::Combine(testing::Values(Twin::Cursor, Twin::Stream),
+                                                           testing::ValuesIn(kCases)));
+
+class JSONParseTwin : public testing::TestWithParam<Twin> {};
+
+TEST_P(JSONParseTwin, NumberTypesAndSigns) {
+  JSONData node;
+  std::string messages;
+  ASSERT_TRUE(parse(GetParam(), node, "[-0,-0.0,12.,0.05]", messages));
+  EXPECT_EQ(node.getByIndex(0)->_type, JSONData::TYPE_LONG);
+  EXPECT_EQ(node.getByIndex(1)->_type, JSONData::TYPE_DOUBLE);
+  EXPECT_TRUE(std::signbit(node.getByIndex(1)->doubleValue()));
+  EXPECT_EQ(node.getByIndex(2)->_type, JSONData::TYPE_DOUBLE);
+  EXPECT_EQ(node.getByIndex(2)->doubleValue(), 12.0);
+  EXPECT_EQ(node.getByIndex(3)->doubleValue(), 0.05);
+  // The fraction's divisor is a wrapping power of ten: at the 64th digit it
+  // wraps to zero.
+  ASSERT_TRUE(parse(GetParam(), node, "0." + std::string(63, '0') + "1", messages));
+  EXPECT_EQ(node.doubleValue(), HUGE_VAL);
+}
+
+TEST_P(JSONParseTwin, ContainersAreExtendedAndLookupTakesTheLastKey) {
+  JSONData node;
+  std::string messages;
+  ASSERT_TRUE(parse(GetParam(), node, "{\"x\":1}", messages));
+  ASSERT_TRUE(parse(GetParam(), node, "{\"y\":2,\"x\":3}", messages));
+  EXPECT_EQ(compact(node), "{\"x\":1,\"y\":2,\"x\":3}");
+  EXPECT_EQ(node.getByKey("x")->longValue(), 3);
+}
+
+TEST_P(JSONParseTwin, NestingIsLimited) {
+  const int limit = JSONData::kMaxParseDepth;
+  JSONData node;
+  std::string messages;
+  std::string deep = std::string(limit, '[') + std::string(limit, ']');
+  EXPECT_TRUE(parse(GetParam(), node, deep, messages));
+  EXPECT_EQ(messages, "");
+  deep = std::string(limit + 1, '[') + std::string(limit + 1, ']');
+  node.reset();
+  EXPECT_FALSE(parse(GetParam(), node, deep, messages));
+  EXPECT_EQ(messages, std::string("JSONData::") +
+                          (GetParam() == Twin::Cursor ? "setFromJsonString()" : "setFromStream()") +
+                          ": syntax error: missing value\n");
+  EXPECT_EQ(compact(node), "[]");
+}
+
+INSTANTIATE_TEST_SUITE_P(Both, JSONParseTwin, testing::Values(Twin::Cursor, Twin::Stream));
+
+TEST(JSONParseCursor, CursorStopsAfterTheValueOrAtTheFailure) {
+  JSONData node;
+  const char* text = "[1] x";
+  ASSERT_TRUE(node.setFromJsonString(text));
+  EXPECT_STREQ(text, " x");
+  text = "nullx";
+  ASSERT_TRUE(node.setFromJsonString(text));
+  EXPECT_STREQ(text, "x");
+  text = "1e5";
+  ASSERT_TRUE(node.setFromJsonString(text));
+  EXPECT_STREQ(text, "e5");
+  const char* bad = "nul";
+  text = bad;
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(node.setFromJsonString(text));
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(text, bad);
+  text = nullptr;
+  EXPECT_FALSE(node.setFromJsonString(text));
+}
+
+TEST(JSONParseStream, KeywordsAndNumbersLeaveTheStreamAsDocumented) {
+  JSONData node;
+  std::istringstream ok("nullx");
+  ASSERT_TRUE(node.setFromStream(ok));
+  EXPECT_EQ(ok.get(), 'x');
+  std::istringstream bad("nulx1");
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(node.setFromStream(bad));
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(bad.get(), '1');  // the four bytes read are gone
+  std::istringstream number("123");
+  ASSERT_TRUE(node.setFromStream(number));
+  EXPECT_TRUE(number.eof());
+  EXPECT_EQ(node.longValue(), 123);
+}
+
+TEST(JSONParseTwins, NulBytesInStrings) {
+  const std::string backslashNul("\"a\\\0b\"", 6);
+  const std::string plainNul("\"a\0b\"", 5);
+  JSONData node;
+  std::string messages;
+  EXPECT_FALSE(parse(Twin::Cursor, node, backslashNul, messages));
+  EXPECT_EQ(*node.stringValue(), "a");
+  EXPECT_FALSE(parse(Twin::Cursor, node, plainNul, messages));
+  EXPECT_EQ(messages, "JSONData::setFromJsonString(): syntax error: invalid string\n");
+  ASSERT_TRUE(parse(Twin::Stream, node, backslashNul, messages));
+  EXPECT_EQ(*node.stringValue(), std::string("a\\\0b", 4));
+  ASSERT_TRUE(parse(Twin::Stream, node, plainNul, messages));
+  EXPECT_EQ(*node.stringValue(), std::string("a\0b", 3));
+}
+
+TEST(JSONParseTokens, FetchNextTypeLeavesTypeAloneForPunctuation) {
+  uint16_t type = 7;
+  bool comma, colon, end;
+  const char* text = " ,x";
+  ASSERT_TRUE(JSONData::fetchNextType(text, type, comma, colon, end));
+  EXPECT_TRUE(comma);
+  EXPECT_EQ(type, 7);
+  EXPECT_STREQ(text, ",x");
+  std::istringstream stream(" }");
+  ASSERT_TRUE(JSONData::fetchNextType(stream, type, comma, colon, end));
+  EXPECT_TRUE(end && !comma && type == JSONData::TYPE_OBJECT);
+  EXPECT_EQ(stream.get(), '}');
+}
+
+}  // namespace
