@@ -2,6 +2,9 @@
 
 #include <cstring>
 
+#include "PerfJSONWriter.h"
+#include "SymbolTableElement.h"
+
 FileNames* FileNames::_emptyRef = nullptr;
 std::map<std::string, FileNames*> FileNames::_fileTable;
 uint32_t FileNames::_runningKey = 0;
@@ -31,4 +34,48 @@ FileNames* FileNames::findOrCreate(const char* name)
     if (found != _fileTable.end())
         return found->second;
     return new FileNames(name);
+}
+
+void FileNames::markUsed(SymbolTableElement* element)
+{
+    _symbols.push_back(element);
+}
+
+void FileNames::out(PerfJSONWriter& writer)
+{
+    // The empty object (key 0) gathers every symbol without a source, and is never written.
+    if (_symbols.empty() || _key == 0)
+        return;
+    writer.writeArrayStart(nullptr);
+    writer.writeNamed("key", (unsigned int)_key);
+    writer.writeNamed("name", _name.c_str());
+    writer.writeArrayStart("symbols");
+    for (SymbolTableElement* symbol : _symbols) {
+        writer.writeArrayStart("sym");
+        writer.writeNamed("symkey", (unsigned int)symbol->_key);
+        writer.writeNamed("lineNum", (unsigned int)symbol->_lineNumber);
+        writer.writeArrayEnd();
+    }
+    writer.writeArrayEnd();
+    writer.writeArrayEnd();
+}
+
+void FileNames::outAll(PerfJSONWriter& writer)
+{
+    writer.setWhiteSpace(true);
+    writer.setIncludeLabels(true);
+    writer.newElementStart("files");
+    writer.newElementStart("descriptions");
+    writer.writeNamed("key", "key for this symbol");
+    writer.writeNamed("name", "name of this symbol");
+    writer.writeNamed("symbols.ref", "ref to symbol using this file");
+    writer.writeNamed("symbols.linenum", "ref to line number");
+    writer.newElementEnd();
+    writer.writeArrayStart("data");
+    writer.setWhiteSpace(false);
+    writer.setIncludeLabels(false);
+    for (auto& [name, file] : _fileTable)
+        file->out(writer);
+    writer.writeArrayEnd();
+    writer.newElementEnd();
 }

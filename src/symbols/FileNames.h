@@ -20,10 +20,16 @@ public:
     FileNames();
     explicit FileNames(const char* name);
     virtual ~FileNames() = default;
+    // Writes this file as one row of the "files" section, if it has a key and used symbols.
+    virtual void out(PerfJSONWriter& writer);
 
     static void createEmptyRef();
     // The object for `name`, never null; names of 4 characters or fewer get the empty object.
     static FileNames* findOrCreate(const char* name);
+    // Files a used symbol; its element calls this once, on its first use.
+    void markUsed(SymbolTableElement* element);
+    // Writes the "files" section of the profile document, in order of the name.
+    static void outAll(PerfJSONWriter& writer);
 
     std::string _name;
     uint32_t _key;

@@ -1,0 +1,612 @@
+#include "SymbolTable.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <unordered_set>
+
+#include "FileNames.h"
+#include "PerfJSONWriter.h"
+#include "Settings.h"
+#include "SystemFiles.h"
+#include "TimeBase.h"
+
+extern char** environ;
+
+std::vector<std::string> SymbolTable::_paths;
+std::vector<SymbolTable*> SymbolTable::_allSymbolTables;
+SymbolTable* SymbolTable::_kernelSymTable = nullptr;
+SymbolTable* SymbolTable::_syntheticSymTable = nullptr;
+
+namespace {
+
+// Tables by full name and by base name; the first table of a name wins.
+std::map<std::string, SymbolTable*> _symbolTables;
+// Synthetic symbols by the address of their 64 KiB unit.
+std::map<uint64_t, SymbolTableElement*> _synthetics;
+
+constexpr int kLineBuffer = 4096;
+constexpr uint64_t kKernelFloor = 0x2FFFFFFF;
+// Below these the list must ascend; above them the kernel's list falls back
+// to the lower addresses of its modules, which is expected.
+constexpr uint64_t kOrderLimit = 0xBFFFFFFFull;
+constexpr uint64_t kOrderLimitWide = 0xFFFFFFBFFFFFFFFFull;
+
+// ARM mapping symbols mark code and data regions, not functions.
+bool isMappingSymbol(const char* line)
+{
+    return strstr(line, "$a") != nullptr || strstr(line, "$d") != nullptr || strstr(line, "$t") != nullptr;
+}
+
+// The name stands 3 characters behind the first of the type patterns found,
+// searched in this order over the whole line. A line without any gets an
+// empty name at its end.
+char* findName(char* line)
+{
+    for (const char* pattern : {" T ", " t ", " W ", " w "}) {
+        char* found = strstr(line, pattern);
+        if (found != nullptr)
+            return found + 3;
+    }
+    return line + strlen(line);
+}
+
+// Decimal as a 32-bit strtoul reads it, so every word width gives the same
+// number: leading blanks and a sign are taken, and too large a value saturates.
+uint32_t parseLineNumber(const char* text)
+{
+    while (*text == ' ' || *text == '\t')
+        text++;
+    bool negative = *text == '-';
+    if (*text == '-' || *text == '+')
+        text++;
+    uint64_t value = 0;
+    for (; *text >= '0' && *text <= '9'; text++) {
+        value = value * 10 + (uint64_t)(*text - '0');
+        if (value > 0xFFFFFFFFull)
+            return 0xFFFFFFFFu;
+    }
+    return negative ? 0u - (uint32_t)value : (uint32_t)value;
+}
+
+// Reads the next line into `buffer`. At the end of the input the buffer keeps
+// the line before, which the caller then sees a second time. False only on a
+// read error, which would otherwise never reach the end of the input.
+bool readLine(FILE* input, char* buffer, int size)
+{
+    return fgets(buffer, size, input) != nullptr || !ferror(input);
+}
+
+std::string temporaryDirectory()
+{
+    std::error_code error;
+    std::filesystem::path directory = std::filesystem::temp_directory_path(error);
+    return error ? std::string("/tmp") : directory.string();
+}
+
+// Runs "nm -nCg path" with its standard output in a new private file and
+// returns that file's name, or an empty string if no file could be made. No
+// shell is involved, so the path reaches nm as one argument whatever it holds.
+// A missing or failing nm leaves the file empty.
+std::string runNm(const char* path)
+{
+    std::string listName = temporaryDirectory() + "/zelconv-nm-XXXXXX";
+    int fd = mkstemp(listName.data());
+    if (fd < 0)
+        return std::string();
+    fcntl(fd, F_SETFD, FD_CLOEXEC);
+
+    // A path found on the search path begins with "/" or with a directory the
+    // user gave; should that begin with "-", nm must not take it for an option.
+    std::string argument = path[0] == '-' ? std::string("./") + path : std::string(path);
+    char nm[] = "nm";
+    char options[] = "-nCg";
+    char* argv[] = {nm, options, argument.data(), nullptr};
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, fd, STDOUT_FILENO);
+    pid_t child = 0;
+    if (posix_spawnp(&child, "nm", &actions, nullptr, argv, environ) == 0) {
+        int status = 0;
+        while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+        }
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    close(fd);
+    return listName;
+}
+
+}  // namespace
+
+void fileNameNoPath(std::string path, std::string& baseName)
+{
+    size_t slash = path.rfind('/');
+    baseName = slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+SymbolTable::SymbolTable()
+    : _lowAddress(~0ull), _highAddress(0), _tableElement("default", 0, 0, nullptr, 0), _fileName("default")
+{
+    _register();
+}
+
+SymbolTable::SymbolTable(const char* name, unsigned long long address, unsigned long long size)
+    : _lowAddress(~0ull), _highAddress(0), _tableElement(name, address, size, nullptr, 0),
+      _fileName(name != nullptr ? name : "")
+{
+    _register();
+    if (gVerbosity > 0)
+        printf("Symtab adding %s\n", _fileName.c_str());
+    std::string baseName;
+    if (stripPath(_fileName, baseName)) {
+        _symbolTables.emplace(baseName, this);
+        if (gVerbosity > 0)
+            printf("Symtab adding %s\n", baseName.c_str());
+    }
+}
+
+void SymbolTable::_register()
+{
+    _allSymbolTables.push_back(this);
+    _symbolTables.emplace(_fileName, this);
+}
+
+SymbolTable::~SymbolTable()
+{
+    // A table that goes away must not stay reachable from the static tables.
+    for (auto it = _symbolTables.begin(); it != _symbolTables.end();)
+        it = it->second == this ? _symbolTables.erase(it) : std::next(it);
+    for (auto& table : _allSymbolTables)
+        if (table == this)
+            table = nullptr;
+    if (_kernelSymTable == this)
+        _kernelSymTable = nullptr;
+    if (_syntheticSymTable == this)
+        _syntheticSymTable = nullptr;
+
+    // With the bypass set the elements are left to the end of the process.
+    if (_bypassDestructor)
+        return;
+    if (!_synthetics.empty()) {
+        std::unordered_set<SymbolTableElement*> own(_elements.begin(), _elements.end());
+        for (auto it = _synthetics.begin(); it != _synthetics.end();)
+            it = own.count(it->second) != 0 ? _synthetics.erase(it) : std::next(it);
+    }
+    for (SymbolTableElement* element : _elements)
+        delete element;
+    _elements.clear();
+}
+
+SymbolTableElement* SymbolTable::addElement(unsigned long long start, unsigned long long size, const char* name,
+                                            FileNames* file, unsigned int line)
+{
+    if (start > _highAddress)
+        _highAddress = start;
+    if (start < _lowAddress)
+        _lowAddress = start;
+    SymbolTableElement* element = new SymbolTableElement(name, start, size, file, line);
+    _elements.push_back(element);
+    return element;
+}
+
+SymbolTableElement* SymbolTable::findElement(unsigned long long address)
+{
+    const int64_t count = (int64_t)_elements.size();
+    if (count == 0)
+        return nullptr;
+    int64_t mid = count / 2;
+    // The first probe is at index n / 2, so one element is never looked at.
+    if (mid == 0)
+        return nullptr;
+    int64_t lo = 0;
+    int64_t hi = count;
+    for (;;) {
+        if (mid >= count)
+            return nullptr;
+        SymbolTableElement* element = _elements[(size_t)mid];
+        if (element == nullptr)
+            return nullptr;
+        if (address < element->_address) {
+            hi = mid - 1;
+        } else {
+            lo = mid + 1;
+            // The end is inclusive: a boundary belongs to whichever neighbour is probed first.
+            if (address <= element->_address + element->_size)
+                return element;
+        }
+        int64_t span = hi - lo;
+        mid = lo + (span >= 0 ? span / 2 : -((-span + 1) / 2));  // halves towards minus infinity
+        if (mid > hi || mid < lo)
+            return nullptr;
+    }
+}
+
+SymbolTableElement* SymbolTable::findElementLinear(unsigned long long address)
+{
+    for (SymbolTableElement* element : _elements) {
+        if (element == nullptr)
+            return nullptr;
+        if (element->_address <= address && element->_address + element->_size >= address)
+            return element;
+    }
+    return nullptr;
+}
+
+void SymbolTable::createSyntheticTable()
+{
+    _syntheticSymTable = new SymbolTable();
+}
+
+SymbolTableElement* SymbolTable::addSyntheticEntry(unsigned long long address, unsigned long long size,
+                                                   const char* name)
+{
+    auto found = _synthetics.find(address & ~0xFFFFull);
+    if (found != _synthetics.end())
+        return found->second;
+    if (_syntheticSymTable == nullptr)
+        return nullptr;
+    SymbolTableElement* element = _syntheticSymTable->addElement(address, size, name, nullptr, 0);
+    _synthetics[address] = element;
+    return element;
+}
+
+SymbolTable* SymbolTable::findExistingSymbolTable(const std::string& name)
+{
+    auto found = _symbolTables.find(name);
+    return found == _symbolTables.end() ? nullptr : found->second;
+}
+
+void SymbolTable::out(PerfJSONWriter& writer, unsigned int)
+{
+    for (SymbolTableElement* element : _elements) {
+        if (element == nullptr)
+            return;
+        if (element->_used)
+            element->out(writer, 0);
+    }
+}
+
+void SymbolTable::outAll(PerfJSONWriter& writer)
+{
+    writer.setWhiteSpace(true);
+    writer.setIncludeLabels(true);
+    writer.newElementStart("functions");
+    writer.newElementStart("descriptions");
+    writer.writeNamed("key", "key for this symbol");
+    writer.writeNamed("name", "name of this symbol");
+    writer.writeNamed("startAddress", "Base address of this function or symbol");
+    writer.writeNamed("sectionSize", "Size of this function or symbol");
+    writer.writeNamed("maps", "array of maps for this sample");
+    writer.newElementEnd();
+    writer.writeArrayStart("data");
+    writer.setWhiteSpace(false);
+    writer.setIncludeLabels(false);
+    for (SymbolTable* table : _allSymbolTables)
+        if (table != nullptr)
+            table->out(writer, 0);
+    writer.writeArrayEnd();
+    writer.newElementEnd();
+}
+
+void SymbolTable::outKeys(PerfJSONWriter& writer)
+{
+    writer.writeArrayStart("smapkeys");
+    writer.writeNamed("smapkeys2", 777u);
+    for (SymbolTableElement* element : _elements) {
+        if (element == nullptr)
+            break;
+        if (element->_used)
+            writer.writeNamed("smk", (unsigned int)element->_key);
+    }
+    writer.writeArrayEnd();
+}
+
+void SymbolTable::show()
+{
+    for (SymbolTableElement* element : _elements)
+        if (element != nullptr)
+            element->show();
+}
+
+void SymbolTable::showAllUsed()
+{
+    bool headed = false;
+    auto showUsed = [&](SymbolTableElement& element) {
+        if (!element._used)
+            return;
+        if (!headed)
+            printf("----------\n%s\n----------\n", _fileName.c_str());
+        headed = true;
+        element.show();
+    };
+    showUsed(_tableElement);
+    for (SymbolTableElement* element : _elements)
+        if (element != nullptr)
+            showUsed(*element);
+}
+
+void SymbolTable::showAllTablesUsed()
+{
+    for (SymbolTable* table : _allSymbolTables)
+        if (table != nullptr)
+            table->showAllUsed();
+    if (_kernelSymTable != nullptr)
+        _kernelSymTable->showAllUsed();
+    // The kernel table is shown once more here, and the synthetic table not: kept as it always was.
+    if (_syntheticSymTable != nullptr && _kernelSymTable != nullptr)
+        _kernelSymTable->showAllUsed();
+}
+
+void SymbolTable::setPath(std::string path)
+{
+    _paths.clear();
+    // The first place is no directory at all: checkFile strips the blank.
+    _paths.push_back(" ");
+    if (path.empty())
+        return;
+    size_t start = 0;
+    for (;;) {
+        size_t colon = path.find(':', start);
+        std::string piece = path.substr(start, colon == std::string::npos ? std::string::npos : colon - start);
+        // One character, such as the "/" that symPath begins with, is no place to look.
+        if (piece.size() > 1)
+            _paths.push_back(piece);
+        if (colon == std::string::npos)
+            break;
+        start = colon + 1;
+    }
+}
+
+int SymbolTable::stripPath(std::string& path, std::string& baseName)
+{
+    size_t slash = path.rfind('/');
+    if (slash == std::string::npos)
+        return 0;
+    baseName = path.substr(slash + 1);
+    return 1;
+}
+
+int SymbolTable::checkFile(std::string& directory, std::string& file, std::string& result)
+{
+    result = directory;
+    // A relative name always gets a separator, even behind a directory that
+    // ends in "/"; an absolute one is placed below the directory as it stands.
+    if (file.empty() || file[0] != '/')
+        result += '/';
+    result += file;
+    result.erase(0, result.find_first_not_of(' '));
+    int flags = O_RDONLY;
+#ifdef O_LARGEFILE
+    flags |= O_LARGEFILE;
+#endif
+    int fd = open(result.c_str(), flags);
+    if (gVerbosity > 0)
+        printf("checkFile %s=%d:%d\n", result.c_str(), fd, errno);
+    if (fd < 0)
+        return 0;
+    close(fd);
+    return 1;
+}
+
+std::string SymbolTable::findPathForFile(std::string name, int& index)
+{
+    std::string shortName;
+    fileNameNoPath(name, shortName);
+    std::string result;
+    for (; index < (int)_paths.size(); index++) {
+        std::string& directory = _paths[(size_t)index];
+        if (checkFile(directory, name, result) || checkFile(directory, shortName, result))
+            return result;
+    }
+    return std::string();
+}
+
+SymbolTable* SymbolTable::findAndRead(const char* name)
+{
+    if (name == nullptr)
+        return nullptr;
+    if (gVerbosity > 0)
+        printf("SymTab:findAndRead %s\n", name);
+    std::string fullName(name);
+    SymbolTable* table = findExistingSymbolTable(fullName);
+    if (table != nullptr) {
+        if (gVerbosity > 0)
+            printf("SymTab path found %s\n", name);
+        return table;
+    }
+    // The same library mapped from another directory shares the table.
+    std::string baseName;
+    stripPath(fullName, baseName);
+    if (gVerbosity > 0)
+        printf("SymTab:findAndRead %s\n", baseName.c_str());
+    table = findExistingSymbolTable(baseName);
+    if (table != nullptr) {
+        if (gVerbosity > 0)
+            printf("SymTab file found %s\n", baseName.c_str());
+        return table;
+    }
+
+    int index = 0;
+    std::string path = findPathForFile(fullName, index);
+    // Found nowhere: an empty table keeps the search from being repeated.
+    if (path.empty())
+        return new SymbolTable(name, 0, 0);
+    // A place without a usable list, such as a stripped library, sends the
+    // search on to the later places, such as a symbol directory.
+    for (;;) {
+        if (gVerbosity > 0)
+            printf("SymbolTable:findAndRead %s\n", path.c_str());
+        table = generateAndRead(path.c_str());
+        if (table != nullptr && table->_elements.size() > 1)
+            return table;
+        if (index >= (int)_paths.size())
+            return table;
+        index++;
+        path = findPathForFile(fullName, index);
+        if (path.empty())
+            return table;
+    }
+}
+
+SymbolTable* SymbolTable::generateAndRead(const char* path)
+{
+    if (gVerbosity > 0)
+        printf("SymbolTable:generateAndRead %s\n", path);
+    writeMarker(path);
+    std::string listName = runNm(path);
+    SymbolTable* table = new SymbolTable(path, 0, 0);
+    if (!listName.empty()) {
+        table->readFromFile(listName.c_str());
+        unlink(listName.c_str());
+    }
+    // The table stays cached even when it is not handed back.
+    if (table->_elements.size() < 2)
+        return nullptr;
+    return table;
+}
+
+int SymbolTable::readFromFile(const char* path)
+{
+    const bool kernel = strcmp(path, SystemFiles::kallsyms) == 0;
+    FILE* input = fopen(kernel ? SystemFiles::path(SystemFiles::kallsyms).c_str() : path, "r");
+    if (input == nullptr)
+        return -1;
+    int result = _readSorted(input, kernel);
+    fclose(input);
+    return result;
+}
+
+// One pass over a list in ascending order: each symbol is added when its
+// successor is read, and reaches up to it.
+int SymbolTable::_readSorted(FILE* input, bool kernel)
+{
+    // The buffer keeps its contents from line to line: a failed read at the
+    // end leaves the last line in it, and the line end of each new line is
+    // cut through the previous name's position in it.
+    char buffer[kLineBuffer];
+    memset(buffer, 0, sizeof buffer);
+    uint64_t pendingAddress = 0;
+    std::string pendingName;
+    FileNames* pendingFile = nullptr;
+    uint32_t pendingLine = 0;
+    size_t pendingNameOffset = 0;
+    uint32_t count = 0;
+    bool wide = false;
+
+    while (!feof(input)) {
+        if (!readLine(input, buffer, kLineBuffer))
+            break;
+        if (isMappingSymbol(buffer))
+            continue;
+        unsigned long long address = 0;
+        char type = 0;
+        if (sscanf(buffer, "%llx %c ", &address, &type) != 2)
+            continue;
+        if (count == 0 && (address >> 48) == 0xFFFF)
+            wide = true;
+        // A 32-bit kernel that hides its addresses lists them all as 0.
+        if (kernel && !wide && address <= kKernelFloor)
+            continue;
+        if (type == '\0' || strchr(kValidSections, type) == nullptr)
+            continue;
+        if (count != 0) {
+            if (pendingAddress <= (wide ? kOrderLimitWide : kOrderLimit) && address < pendingAddress) {
+                _readUnsorted(input, buffer, kLineBuffer, pendingAddress, pendingName);
+                return 0;
+            }
+            // The text from the previous name's position is the tail of this
+            // line: its last character is this line's end.
+            char* previous = buffer + pendingNameOffset;
+            size_t length = strlen(previous);
+            if (length > 0)
+                previous[length - 1] = '\0';
+            addElement(pendingAddress, address - pendingAddress, pendingName.c_str(), pendingFile, pendingLine);
+        }
+
+        char* name = findName(buffer);
+        FileNames* file = nullptr;  // the element takes the empty reference
+        uint32_t line = 0;
+        char* tab = strchr(name, '\t');
+        if (tab != nullptr) {
+            // Behind the tab: "file:line", or a kernel module's name.
+            *tab = '\0';
+            char* colon = strchr(tab + 1, ':');
+            if (colon != nullptr) {
+                *colon = '\0';
+                uint32_t number = parseLineNumber(colon + 1);
+                if (number != 0) {
+                    line = number;
+                    file = FileNames::findOrCreate(tab + 1);
+                }
+            }
+        }
+        pendingAddress = address;
+        pendingName = name;
+        pendingFile = file;
+        pendingLine = line;
+        pendingNameOffset = (size_t)(name - buffer);
+        count++;
+    }
+    return 0;
+}
+
+// The rest of a list whose addresses went backward: gathered by address, then
+// added in ascending order. The line that showed the disorder is not taken.
+void SymbolTable::_readUnsorted(FILE* input, char* buffer, int bufferSize, uint64_t pendingAddress,
+                                const std::string& pendingName)
+{
+    if (gVerbosity > 0)
+        puts("Unsorted entries in SymbolTable");
+    std::map<uint64_t, std::string> names;
+    names[pendingAddress] = pendingName;
+    while (!feof(input)) {
+        if (!readLine(input, buffer, bufferSize))
+            break;
+        if (isMappingSymbol(buffer))
+            continue;
+        unsigned long long address = 0;
+        char type = 0;
+        if (sscanf(buffer, "%llx %c ", &address, &type) != 2)
+            continue;
+        if (type == '\0' || strchr(kValidSections, type) == nullptr)
+            continue;
+        char* name = findName(buffer);
+        char* tab = strchr(name, '\t');
+        if (tab != nullptr)
+            *tab = '\0';
+        names[address] = name;
+    }
+
+    const std::string* previousName = nullptr;
+    uint64_t previousAddress = 0;
+    for (const auto& [address, name] : names) {
+        if (gVerbosity > 0)
+            printf("%llx => %s\n", (unsigned long long)address, name.c_str());
+        if (previousName != nullptr)
+            addElement(previousAddress, address - previousAddress, previousName->c_str(), nullptr, 0);
+        previousAddress = address;
+        previousName = &name;
+    }
+    if (previousName != nullptr && previousAddress != 0)
+        addElement(previousAddress, 1, previousName->c_str(), nullptr, 0);
+}
+
+SymbolTable* SymbolTable::loadKernelSymbols()
+{
+    setPath(std::string(symPath));
+    SymbolTable* table = new SymbolTable();
+    (void)table->readFromFile(SystemFiles::kallsyms);
+    gKernelStart = table->_lowAddress;
+    gKernelEnd = table->_highAddress;
+    // The ARM vector page, added after the bounds are taken so it does not widen them.
+    table->addElement(0xFFFF0000ull, 0xFFFF, "*interrupt-FFFF0000*", nullptr, 0);
+    _kernelSymTable = table;
+    return table;
+}

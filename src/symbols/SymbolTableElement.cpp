@@ -1,0 +1,88 @@
+#include "SymbolTableElement.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "FileNames.h"
+#include "PerfJSONWriter.h"
+#include "Settings.h"
+
+uint32_t SymbolTableElement::_runningIndex = 0;
+
+namespace {
+
+// A symbol always points at a file: the shared empty one, or, before that
+// exists, an empty object of its own.
+FileNames* fileOrEmpty(FileNames* file)
+{
+    if (file != nullptr)
+        return file;
+    if (FileNames::_emptyRef != nullptr)
+        return FileNames::_emptyRef;
+    return new FileNames();
+}
+
+}  // namespace
+
+SymbolTableElement::SymbolTableElement()
+    : _address(0), _size(0), _used(false), _flag(false), _useCount(0), _key(0), _file(fileOrEmpty(nullptr)),
+      _lineNumber(0)
+{
+}
+
+SymbolTableElement::SymbolTableElement(const char* name, unsigned long long address, unsigned long long size,
+                                       FileNames* file, unsigned int line)
+    : _name(name != nullptr ? name : ""), _address(address), _size(size > kMaxSize ? 0 : size), _used(false),
+      _flag(false), _useCount(0), _key(0), _file(nullptr), _lineNumber(line)
+{
+    if (gVerbosity > 0)
+        show();
+    _file = fileOrEmpty(file);
+}
+
+SymbolTableElement::~SymbolTableElement()
+{
+    // The file outlives its symbols; it must not keep a pointer to this one.
+    if (_used && _file != nullptr) {
+        auto& symbols = _file->_symbols;
+        symbols.erase(std::remove(symbols.begin(), symbols.end(), this), symbols.end());
+    }
+}
+
+unsigned int SymbolTableElement::markUsed(unsigned long long)
+{
+    if (!_used) {
+        if (_file != nullptr)
+            _file->markUsed(this);
+        _used = true;
+    }
+    _useCount++;
+    return _key;
+}
+
+void SymbolTableElement::setMapKey(unsigned int key)
+{
+    if (std::find(_mapKeys.begin(), _mapKeys.end(), key) == _mapKeys.end())
+        _mapKeys.push_back(key);
+}
+
+void SymbolTableElement::show()
+{
+    printf("SYMB k:%05d a:%08llx l:%05llx u%05d n:%s\n", (int)_key, (unsigned long long)_address,
+           (unsigned long long)_size, (int)_useCount, _name.c_str());
+}
+
+void SymbolTableElement::out(PerfJSONWriter& writer, unsigned int)
+{
+    writer.writeArrayStart(nullptr);
+    writer.writeNamed("key", (unsigned int)_key);
+    // Names this short are left-overs of the parse, not real function names.
+    writer.writeNamed("name", _name.size() < 4 ? "*BlankName*" : _name.c_str());
+    writer.writeNamed("startAddress", (unsigned long long)_address);
+    writer.writeNamed("sectionSize", (unsigned long long)_size);
+    writer.writeArrayStart("mapkeys");
+    for (uint32_t mapKey : _mapKeys)
+        writer.writeNamed("mk", (unsigned int)mapKey);
+    writer.writeArrayEnd();
+    writer.writeArrayEnd();
+}

@@ -1,0 +1,48 @@
+// One symbol: an address range with a name, the source file it comes from,
+// and the document key that the map code gives it on first use.
+#ifndef ZELCONV_SYMBOLTABLEELEMENT_H
+#define ZELCONV_SYMBOLTABLEELEMENT_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+class FileNames;
+class PerfJSONWriter;
+
+class SymbolTableElement {
+public:
+    // Sizes above this are gaps between symbols rather than functions, and are stored as 0.
+    static constexpr uint64_t kMaxSize = 0x100000;
+
+    SymbolTableElement();
+    SymbolTableElement(const char* name, unsigned long long address, unsigned long long size, FileNames* file,
+                       unsigned int line);
+    ~SymbolTableElement();
+    SymbolTableElement(const SymbolTableElement&) = delete;
+    SymbolTableElement& operator=(const SymbolTableElement&) = delete;
+
+    // Counts a use; the first one also files the symbol with its source file. Returns the key.
+    unsigned int markUsed(unsigned long long address);
+    // Notes a map that used this symbol, once per map, in order of first use.
+    void setMapKey(unsigned int key);
+    void show();
+    // Writes this symbol as one row of the "functions" section.
+    void out(PerfJSONWriter& writer, unsigned int unused);
+
+    std::string _name;
+    uint64_t _address;
+    uint64_t _size;
+    bool _used;
+    bool _flag;
+    uint32_t _useCount;
+    uint32_t _key;
+    FileNames* _file;  // never null; not owned
+    uint32_t _lineNumber;
+    std::vector<uint32_t> _reserved;
+    std::vector<uint32_t> _mapKeys;
+
+    static uint32_t _runningIndex;
+};
+
+#endif
