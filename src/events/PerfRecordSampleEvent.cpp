@@ -1,0 +1,167 @@
+#include "PerfRecordSampleEvent.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+
+#include "EventPayload.h"
+#include "PerfReader.h"
+#include "PerfRecordHeaderS.h"
+#include "Settings.h"
+
+// Pointers, so that the tables exist whichever static constructor registers first.
+std::vector<PerfNameToFunctionS>* PerfRecordSampleEvent::_nameAndFunction = nullptr;
+std::vector<PerfNameToFunctionS>* PerfRecordSampleEvent::_nameAndFunction64 = nullptr;
+std::vector<PerfRecordCreateFn>* PerfRecordSampleEvent::_functions = nullptr;
+
+namespace {
+
+// The address of a factory, for the verbose lines.
+unsigned int addressOf(PerfRecordCreateFn function)
+{
+    return (unsigned int)reinterpret_cast<uintptr_t>(function);
+}
+
+}  // namespace
+
+// No back-trace is read for an event: CPU, period and depth are all zero.
+PerfRecordSampleEvent::PerfRecordSampleEvent(PerfRecordSampleEventS* record)
+    : PerfRecordSample(EventPayload(record).ip(), EventPayload(record).time(), 0, EventPayload(record).pid(),
+                       EventPayload(record).tid(), 0, 0, reinterpret_cast<const char*>(record))
+{
+    initVectors();
+}
+
+PerfRecordSampleEvent::~PerfRecordSampleEvent() = default;
+
+int PerfRecordSampleEvent::_out(PerfJSONWriter&)
+{
+    return 0;
+}
+
+int PerfRecordSampleEvent::process(PerfRecordSampleEventS*)
+{
+    return 1;
+}
+
+void PerfRecordSampleEvent::initVectors()
+{
+    if (_nameAndFunction == nullptr)
+        _nameAndFunction = new std::vector<PerfNameToFunctionS>();
+    if (_nameAndFunction64 == nullptr)
+        _nameAndFunction64 = new std::vector<PerfNameToFunctionS>();
+    if (_functions == nullptr)
+        _functions = new std::vector<PerfRecordCreateFn>();
+}
+
+void PerfRecordSampleEvent::registerEvent(const char* name, PerfRecordCreateFn function)
+{
+    initVectors();
+    if (gVerbosity != 0)
+        printf("registerEvent %s:%x\n", name, addressOf(function));
+    _nameAndFunction->push_back({name, function});
+}
+
+void PerfRecordSampleEvent::registerEvent64(const char* name, PerfRecordCreateFn function)
+{
+    initVectors();
+    if (gVerbosity != 0)
+        printf("registerEvent64 %s:%x\n", name, addressOf(function));
+    _nameAndFunction64->push_back({name, function});
+}
+
+PerfRecordCreateFn PerfRecordSampleEvent::_find(const std::vector<PerfNameToFunctionS>& table, const char* name,
+                                               const char* verboseFormat)
+{
+    for (const PerfNameToFunctionS& entry : table) {
+        if (gVerbosity != 0)
+            printf(verboseFormat, name, entry.name);
+        if (strcmp(name, entry.name) == 0)
+            return entry.function;
+    }
+    return nullptr;
+}
+
+// The 64-bit table is a preference, not a replacement: names it lacks still
+// bind to the general table.
+PerfRecordCreateFn PerfRecordSampleEvent::findFunction(const char* name)
+{
+    initVectors();
+    if (is64 && !_nameAndFunction64->empty()) {
+        PerfRecordCreateFn function = _find(*_nameAndFunction64, name, "findFunction64 cmp %s:%s\n");
+        if (function != nullptr)
+            return function;
+    }
+    return _find(*_nameAndFunction, name, "findFunction cmp %s:%s\n");
+}
+
+// The table grows to 4000 entries for any number up to 4000, and to the
+// number plus one beyond; it is indexed with a range check, so a number that
+// is still not below the size ends the run with the standard out-of-range
+// error (4000 itself, or one between the size and the capacity after growth).
+void PerfRecordSampleEvent::_storeFunction(uint64_t eventId, PerfRecordCreateFn function)
+{
+    if (eventId > kLargestUsableEventId && (uint32_t)eventId >= _functions->size()) {
+        // No sample can name such an event; growing the table for it would
+        // only cost memory, up to the whole address space.
+        if (gVerbosity != 0)
+            printf("readEvent: event number %" PRIu64 " not usable, dropped\n", eventId);
+        return;
+    }
+    if (eventId >= _functions->capacity()) {
+        const uint32_t size = eventId <= kFunctionTableSize ? kFunctionTableSize : (uint32_t)eventId + 1;
+        _functions->resize(size, nullptr);
+    }
+    _functions->at((uint32_t)eventId) = function;
+}
+
+void PerfRecordSampleEvent::readEvents(PerfReader& reader, PerfRecordHeaderS* header)
+{
+    initVectors();
+    const uint32_t start = (uint32_t)header->attrsOffset + (uint32_t)header->attrsSize;
+    // A data section ahead of the computed start wraps to a huge count.
+    const uint32_t count = ((uint32_t)header->dataOffset - start) / (uint32_t)sizeof(PerfEventTypeS);
+
+    reader.seek((int)start);
+    if (gVerbosity != 0)
+        printf("Seek to %x (%llx+%llx) c:%d\n", start, (unsigned long long)header->attrsSize,
+               (unsigned long long)header->attrsOffset, (int)count);
+
+    PerfEventTypeS entry;
+    memset(&entry, 0, sizeof entry);
+    for (uint32_t i = 0; i < count; i++) {
+        // A short read leaves the rest of the entry as it was.
+        const int got = reader.read((char*)&entry, (int)sizeof entry);
+        entry.name[sizeof entry.name - 1] = '\0';
+        if (gVerbosity != 0)
+            printf("readEvent: i:%04lld n:%s\n", (long long)entry.event_id, entry.name);
+        _storeFunction(entry.event_id, findFunction(entry.name));
+        // At the end of the input every further read gives nothing, and the
+        // same entry would only be stored again; stop instead of spinning
+        // through a count that a damaged header made huge.
+        if (got <= 0)
+            break;
+    }
+}
+
+PerfRecord* PerfRecordSampleEvent::factoryCreate(char* record)
+{
+    initVectors();
+    const EventPayload sample(record);
+    const uint64_t time = sample.time();
+    if (time < gFirstTimestampToProcess || time > gLastTimestampToProcess)
+        return nullptr;
+    const uint16_t type = sample.commonType();
+    if (type >= _functions->size())
+        return nullptr;
+    PerfRecordCreateFn function = (*_functions)[type];
+    if (gVerbosity != 0)
+        printf("Found event type:%d func:%x\n", (int)type, addressOf(function));
+    if (function == nullptr)
+        return nullptr;
+    // Only decoders are entered in the number table.
+    PerfRecordSampleEvent* event = static_cast<PerfRecordSampleEvent*>(function(record));
+    if (event != nullptr)
+        (void)event->process(reinterpret_cast<PerfRecordSampleEventS*>(record));
+    return event;
+}

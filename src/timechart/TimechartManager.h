@@ -1,0 +1,105 @@
+// The one object that timechart mode is built around. Every trace-point
+// decoder hands it what it learned from one record; it finds or makes the
+// chart that the fact belongs to and passes the fact on, and keeps the state
+// that spans charts: which task each CPU last ran, each CPU's busy value at
+// interrupt entry, interrupt names and counter names. It owns every chart.
+//
+// CPUs are numbered 0 to 15. A fact about any other CPU number is dropped
+// before any chart is found or made, so that no per-CPU table is indexed
+// outside its places.
+#ifndef ZELCONV_TIMECHARTMANAGER_H
+#define ZELCONV_TIMECHARTMANAGER_H
+
+#include <map>
+#include <string>
+
+class CPUChart;
+class PerfJSONWriter;
+class ProcessChart;
+
+class TimechartManager {
+public:
+    static constexpr int kCpus = 16;
+
+    // Statuses of a task, for addStatusToProcessChart.
+    static constexpr unsigned int kStatusRunning = 0;     // switched in on the CPU given
+    static constexpr unsigned int kStatusWaitIo = 1;      // switched out in uninterruptible sleep
+    static constexpr unsigned int kStatusWaitCpu = 2;     // woken, runnable
+    static constexpr unsigned int kStatusNotRunning = 3;  // switched out otherwise
+    static constexpr unsigned int kStatusWaitGpu = 4;     // began waiting for the GPU
+    static constexpr unsigned int kStatusGpuDone = 5;     // stopped waiting for the GPU
+    static constexpr unsigned int kStatusIssue = 10;      // 10 to 13: GPU work issued, by kind
+
+    // Kinds of CPU chart value, for addValueToCPUChart.
+    static constexpr int kCpuBusy = 40;       // 1 busy, 0 not
+    static constexpr int kCpuFrequency = 41;  // MHz
+    static constexpr int kCpuIdle = 42;       // idle state
+
+    static TimechartManager* Instance();
+    // Lets the next Instance() make a fresh manager. The charts of the old one
+    // are left as they are, like every chart of a run; for tests.
+    static void discardInstance();
+
+    void init();
+
+    ProcessChart* getProcessChart(int pid);
+    ProcessChart* createProcessChart(int pid);
+    CPUChart* getCPUChart(int cpu);
+    CPUChart* createCPUChart(int cpu);
+
+    // Each returns true when the call made the chart. Times are raw stamps in nanoseconds.
+    bool addStatusToProcessChart(unsigned long long time, int pid, int status, int cpu, unsigned int sub);
+    bool addCountersToProcessChart(unsigned long long time, int cpu, int pid, unsigned int cycles, unsigned int* l1,
+                                   unsigned int* l2);
+    bool addValueToCPUChart(unsigned long long time, int cpu, int kind, int value);
+
+    void setProcessPPid(int pid, int ppid);
+    // Without `force` an existing non-empty name stays.
+    void setProcessName(int pid, const std::string& name, bool force);
+
+    void setLastPidForCpu(int pid, int cpu);
+    // The lowest other CPU whose last task is `pid`, or -1.
+    int pidMigratedFrom(int pid, int cpu);
+    void saveLastStateForCPU(int cpu);
+    int getLastStateForCPU(int cpu);
+
+    // The first name given for a number stands.
+    void addIrqName(int irq, const char* name);
+    void addSirqName(int vector, const char* name);
+    // Below 1000 a hard interrupt's name, from 1000 on the name of soft vector irq - 1000.
+    std::string getIRQName(int irq);
+    void outIrqNames();
+    void outSirqNames();
+
+    // Group 0 is the cycle counter, group 1 the four level-one counters, group 2 the two level-two ones.
+    std::string getCounterName(unsigned int group, unsigned int index);
+
+    // The whole timechart document: one object whose "entries" hold every chart's entries.
+    void writeData(PerfJSONWriter& writer);
+    void outCPUCharts(PerfJSONWriter& writer);
+    // Process rows ascend by parent pid, and by pid within one parent.
+    void outProcessCharts(PerfJSONWriter& writer);
+
+    std::map<int, ProcessChart*> _processCharts;
+    std::map<int, CPUChart*> _cpuCharts;
+    std::map<int, std::string> _irqNames;
+    std::map<int, std::string> _sirqNames;
+    int _lastPid[kCpus];
+    int _lastState[kCpus];
+    bool _counterStarted[kCpus];
+    std::string _cycleCounterName;
+    std::string _l1CounterNames[4];
+    std::string _l2CounterNames[2];
+
+private:
+    TimechartManager();
+    static bool _isCpu(int cpu) { return cpu >= 0 && cpu < kCpus; }
+    ProcessChart* _processChart(int pid, bool& made);
+
+    static TimechartManager* _instance;
+};
+
+// True when the parent pid of `a` is below that of `b`.
+bool comparePPids(ProcessChart* a, ProcessChart* b);
+
+#endif
