@@ -8,7 +8,9 @@
 #include "PerfJSONWriter.h"
 #include "PerfReader.h"
 #include "PerfRecordHeaderS.h"
+#include "PerfRecordSampleEvent.h"
 #include "Settings.h"
+#include "TimechartManager.h"
 #include "TimeBase.h"
 
 void walkRecords(PerfReader& reader)
@@ -45,6 +47,8 @@ int runConverter(int argc, char** argv)
     memset(&header, 0, sizeof header);
     if (reader.read((char*)&header, (int)sizeof header) <= 0)
         errorExit("Invalid In File", -1);
+    // The event table lies ahead of the data section.
+    PerfRecordSampleEvent::readEvents(reader, &header);
 
     reader.seek((int)(uint32_t)header.dataOffset);
     walkRecords(reader);
@@ -52,6 +56,10 @@ int runConverter(int argc, char** argv)
     if (!gTimechartMode) {
         writer.newElementStart(nullptr);
         writer.newElementEnd();
+    } else {
+        TimechartManager* manager = TimechartManager::Instance();
+        // Trace markers and the names of soft interrupts and counters join the charts here.
+        manager->writeData(writer);
     }
 
     writer.close();
