@@ -457,7 +457,7 @@ bool JSOM::toFile(const char* name, int precision) const {
 }
 
 std::istream& JSOM::fromStream(std::istream& stream) {
-  if (stream.fail()) return stream;
+  if (stream.rdstate() & std::ios::failbit) return stream;
   if (!ensureNode("fromStream()") || !_ref.node->setFromStream(stream)) stream.setstate(std::ios::failbit);
   return stream;
 }

@@ -30,9 +30,10 @@ struct JSONData {
     JSONData* value;
   };
 
-  // Deepest nesting of values the parser accepts; the root is level 1.
-  // A value below that level fails like a missing value, so that hostile
-  // input cannot exhaust the stack through recursion.
+  // Deepest nesting of values the parser accepts; the root is level 1. A
+  // value deeper down fails as a missing value ("syntax error: missing
+  // value", the enclosing levels failing silently), so that hostile input
+  // cannot exhaust the stack. Real configuration files nest a few levels.
   static const int kMaxParseDepth = 10000;
 
   uint16_t _type;
