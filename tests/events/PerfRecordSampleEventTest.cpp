@@ -1,0 +1,186 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+#include "EventWalk.h"
+#include "PRSE_sched_switch.h"
+#include "PRSE_sched_switch_64.h"
+#include "PRSE_sched_wakeup.h"
+#include "PRSE_task_newtask.h"
+#include "PRSE_task_newtask_64.h"
+#include "PerfFactory.h"
+#include "PerfRecordSample.h"
+#include "TracePayloads.h"
+
+using B = PerfDataBuilder;
+
+namespace {
+
+class EventRegistry : public EventWalk {
+protected:
+    void SetUp() override
+    {
+        EventWalk::SetUp();
+        // Each test sizes the number table from scratch.
+        delete PerfRecordSampleEvent::_functions;
+        PerfRecordSampleEvent::_functions = nullptr;
+        PerfRecordSampleEvent::initVectors();
+    }
+
+    static std::vector<PerfRecordCreateFn>& functions() { return *PerfRecordSampleEvent::_functions; }
+
+    // Reads the event table of a recording, and nothing else.
+    static void readTable(const B& builder)
+    {
+        PerfMemoryReader reader(builder.bytes());
+        reader.open("memory");
+        PerfRecordHeaderS header;
+        memset(&header, 0, sizeof header);
+        reader.read((char*)&header, (int)sizeof header);
+        PerfRecordSampleEvent::readEvents(reader, &header);
+    }
+
+    // A wake-up sample of pid 50 on CPU 0 with the event number and time given,
+    // placed in the shared record buffer as the walk leaves it.
+    static char* wakeupRecord(uint16_t type, uint64_t time)
+    {
+        std::string image = B().tracepoint(0, 1, 1, time, 0, B::rawArea(type, payload::schedWakeup(50), true)).bytes();
+        const std::string record = image.substr(104);
+        PerfFactory::allocTmpBuffer((int)record.size());
+        memcpy(PerfFactory::_tmp, record.data(), record.size());
+        return PerfFactory::_tmp;
+    }
+};
+
+TEST_F(EventRegistry, EveryScheduledDecoderIsRegistered)
+{
+    for (const char* name : {"sched:sched_switch", "perf_trace_counters:sched_switch_with_ctrs",
+                             "sched:sched_wakeup", "sched:sched_wakeup_new", "task:task_newtask", "task:task_rename"})
+        EXPECT_NE(PerfRecordSampleEvent::findFunction(name), nullptr) << name;
+    EXPECT_EQ(PerfRecordSampleEvent::findFunction("sched:sched_switch "), nullptr);
+    EXPECT_EQ(PerfRecordSampleEvent::findFunction("SCHED:sched_switch"), nullptr);
+}
+
+TEST_F(EventRegistry, SixtyFourBitLayoutsArePreferredOnlyWhenAsked)
+{
+    is64 = false;
+    EXPECT_EQ(PerfRecordSampleEvent::findFunction("sched:sched_switch"), &PRSE_sched_switch::factory);
+    EXPECT_EQ(PerfRecordSampleEvent::findFunction("task:task_newtask"), &PRSE_task_newtask::factory);
+    is64 = true;
+    EXPECT_EQ(PerfRecordSampleEvent::findFunction("sched:sched_switch"), &PRSE_sched_switch_64::factory);
+    EXPECT_EQ(PerfRecordSampleEvent::findFunction("task:task_newtask"), &PRSE_task_newtask_64::factory);
+    // Names without a 64-bit layout still bind to the general table.
+    EXPECT_EQ(PerfRecordSampleEvent::findFunction("sched:sched_wakeup"), &PRSE_sched_wakeup::factory);
+}
+
+TEST_F(EventRegistry, TableHoldsFourThousandEntriesForOrdinaryNumbers)
+{
+    readTable(B().eventType(0, "sched:sched_wakeup").eventType(7, "no:such_event").eventType(3999, "task:task_rename"));
+    EXPECT_EQ(functions().size(), 4000u);
+    EXPECT_EQ(functions()[0], &PRSE_sched_wakeup::factory);
+    EXPECT_EQ(functions()[7], nullptr);
+    EXPECT_NE(functions()[3999], nullptr);
+}
+
+TEST_F(EventRegistry, LaterEntryForTheSameNumberWins)
+{
+    readTable(B().eventType(9, "sched:sched_wakeup").eventType(9, "sched:sched_switch"));
+    EXPECT_EQ(functions()[9], &PRSE_sched_switch::factory);
+    readTable(B().eventType(9, "unknown:event"));
+    EXPECT_EQ(functions()[9], nullptr);
+}
+
+TEST_F(EventRegistry, NumberFourThousandEndsTheRunWithTheRangeError)
+{
+    EXPECT_THROW(readTable(B().eventType(4000, "sched:sched_wakeup")), std::out_of_range);
+}
+
+TEST_F(EventRegistry, LargerNumbersGrowTheTableUpToItsCapacity)
+{
+    readTable(B().eventType(5, "sched:sched_wakeup").eventType(5000, "sched:sched_wakeup"));
+    EXPECT_EQ(functions().size(), 5001u);
+    EXPECT_EQ(functions()[5000], &PRSE_sched_wakeup::factory);
+    // Between the size and the capacity nothing grows, and the range check fails.
+    ASSERT_GT(functions().capacity(), 6000u);
+    EXPECT_THROW(readTable(B().eventType(6000, "sched:sched_wakeup")), std::out_of_range);
+    readTable(B().eventType(functions().capacity() + 1, "sched:sched_switch"));
+    EXPECT_EQ(functions().back(), &PRSE_sched_switch::factory);
+}
+
+TEST_F(EventRegistry, NumbersNoSampleCanNameAreDropped)
+{
+    readTable(B().eventType(3, "sched:sched_wakeup").eventType(0x10000, "sched:sched_switch").eventType(
+        0xFFFFFFFFull, "sched:sched_switch"));
+    EXPECT_EQ(functions().size(), 4000u);
+    EXPECT_EQ(functions()[3], &PRSE_sched_wakeup::factory);
+}
+
+TEST_F(EventRegistry, TableEndsAtTheDataSectionRoundedDown)
+{
+    // 72 * 2 + 40 bytes between the attributes and the data: two entries are read.
+    std::string image = B().attributes(16).eventType(1, "sched:sched_wakeup").eventType(2, "sched:sched_wakeup")
+                            .eventType(3, "sched:sched_wakeup").dataOffset(104 + 16 + 144 + 40).bytes();
+    PerfMemoryReader reader(image);
+    reader.open("memory");
+    PerfRecordHeaderS header;
+    reader.read((char*)&header, (int)sizeof header);
+    PerfRecordSampleEvent::readEvents(reader, &header);
+    EXPECT_NE(functions()[2], nullptr);
+    EXPECT_EQ(functions()[3], nullptr);
+}
+
+TEST_F(EventRegistry, NoTableLeavesEveryEventUndecoded)
+{
+    readTable(B());
+    EXPECT_TRUE(functions().empty());
+    EXPECT_EQ(PerfRecordSampleEvent::factoryCreate(wakeupRecord(0, 5)), nullptr);
+}
+
+TEST_F(EventRegistry, DataSectionAheadOfTheTableStopsAtTheEndOfTheInput)
+{
+    // The count wraps to a huge number; the table is read until the input ends.
+    readTable(B().eventType(4, "sched:sched_wakeup").dataOffset(8));
+    EXPECT_EQ(functions()[4], &PRSE_sched_wakeup::factory);
+}
+
+TEST_F(EventRegistry, TimeRangeIncludesBothLimits)
+{
+    readTable(B().eventType(12, "sched:sched_wakeup"));
+    gFirstTimestampToProcess = 1000;
+    gLastTimestampToProcess = 2000;
+    const size_t before = PerfRecordSample::_allSamples.size();
+    EXPECT_EQ(PerfRecordSampleEvent::factoryCreate(wakeupRecord(12, 999)), nullptr);
+    EXPECT_EQ(PerfRecordSampleEvent::factoryCreate(wakeupRecord(12, 2001)), nullptr);
+    EXPECT_EQ(PerfRecordSample::_allSamples.size(), before);  // no number used, nothing kept
+    EXPECT_NE(PerfRecordSampleEvent::factoryCreate(wakeupRecord(12, 1000)), nullptr);
+    EXPECT_NE(PerfRecordSampleEvent::factoryCreate(wakeupRecord(12, 2000)), nullptr);
+    EXPECT_EQ(PerfRecordSample::_allSamples.size(), before + 2);
+}
+
+TEST_F(EventRegistry, EventsOutsideTheTableOrWithoutDecoderGiveNothing)
+{
+    readTable(B().eventType(12, "sched:sched_wakeup").eventType(13, "other:event"));
+    EXPECT_EQ(PerfRecordSampleEvent::factoryCreate(wakeupRecord(4000, 5)), nullptr);
+    gVerbosity = 1;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(PerfRecordSampleEvent::factoryCreate(wakeupRecord(13, 5)), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Found event type:13 func:0\n");
+}
+
+TEST_F(EventRegistry, EventIsNotWrittenAmongTheProfileSamples)
+{
+    readTable(B().eventType(12, "sched:sched_wakeup"));
+    PerfRecord* event = PerfRecordSampleEvent::factoryCreate(wakeupRecord(12, 5));
+    ASSERT_NE(event, nullptr);
+    PerfJSONWriter writer(true, false);
+    writer.open("/dev/null");
+    writer.writeStructStart();
+    EXPECT_EQ(event->out(writer), 0);
+    writer.writeStructEnd();
+    writer.close();
+    EXPECT_EQ(writer.document(), "\n{}");
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+// Common ground of the chart tests: settings saved and restored around each
+// test, raw times in seconds (no base, no start time), a fresh manager, and
+// the text that a chart writes inside the "entries" array.
+#ifndef ZELCONV_TESTS_TIMECHARTFIXTURE_H
+#define ZELCONV_TESTS_TIMECHARTFIXTURE_H
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "PerfJSONWriter.h"
+#include "Settings.h"
+#include "TimeBase.h"
+#include "TimechartManager.h"
+
+class TimechartFixture : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        _conversion = timeConversionType;
+        _start = gtodAtStart;
+        _stop = gtodAtStop;
+        _selective = gSelectiveProcessing;
+        _kernel = kern_ver;
+        _is64 = is64;
+        _verbosity = gVerbosity;
+        _first = gFirstTimestampToProcess;
+        _last = gLastTimestampToProcess;
+        _readable = gReadable;
+        timeConversionType = kTimeRaw;
+        gtodAtStart = 0.0;
+        gtodAtStop = 0.0;
+        gSelectiveProcessing = false;
+        gVerbosity = 0;
+        gReadable = true;
+        TimechartManager::discardInstance();
+    }
+
+    void TearDown() override
+    {
+        timeConversionType = _conversion;
+        gtodAtStart = _start;
+        gtodAtStop = _stop;
+        gSelectiveProcessing = _selective;
+        kern_ver = _kernel;
+        is64 = _is64;
+        gVerbosity = _verbosity;
+        gFirstTimestampToProcess = _first;
+        gLastTimestampToProcess = _last;
+        gReadable = _readable;
+        TimechartManager::discardInstance();
+    }
+
+    static TimechartManager& manager() { return *TimechartManager::Instance(); }
+
+    // Seconds as a raw stamp in nanoseconds.
+    static uint64_t ns(double seconds) { return (uint64_t)(seconds * 1e9 + 0.5); }
+
+    // What `write` puts between the opening and the closing of an array, as
+    // the timechart writer is set up by default: labels on, white space off.
+    static std::string entriesOf(const std::function<void(PerfJSONWriter&)>& write)
+    {
+        PerfJSONWriter writer(true, false);
+        writer.open("/dev/null");
+        writer.writeStructStart();
+        writer.writeArrayStart("e");
+        write(writer);
+        writer.writeArrayEnd();
+        writer.writeStructEnd();
+        writer.close();
+        std::string text = writer.document();
+        const std::string head = "\n{\"e\":[";
+        if (text.compare(0, head.size(), head) != 0)
+            return "unexpected start: " + text;
+        text.erase(0, head.size());
+        for (const char* tail : {",]}", "]}"}) {
+            const std::string end = tail;
+            if (text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0)
+                return text.substr(0, text.size() - end.size());
+        }
+        return "unexpected end: " + text;
+    }
+
+private:
+    int32_t _conversion;
+    double _start;
+    double _stop;
+    bool _selective;
+    int32_t _kernel;
+    bool _is64;
+    uint32_t _verbosity;
+    uint64_t _first;
+    uint64_t _last;
+    bool _readable;
+};
+
+#endif
