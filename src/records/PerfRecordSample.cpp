@@ -1,3 +1,209 @@
 #include "PerfRecordSample.h"
 
+#include <cstdio>
+#include <cstring>
+
+#include "PerfJSONWriter.h"
+#include "PerfRecordComm.h"
+#include "PerfRecordMMap.h"
+#include "PerfRecordSampleEvent.h"
+#include "ProfileSection.h"
+#include "Settings.h"
+#include "TimeBase.h"
+
+uint64_t PerfRecordSample::_runningIndex = 0;
+std::vector<PerfRecordSample*> PerfRecordSample::_allSamples;
 double PerfRecordSample::_firstSampleTime = 0.0;
+uint64_t PerfRecordSample::_lastSampleTime = 0;
+std::vector<PerfRecordSample*> PerfRecordSample::samplesMissingMaps;
+std::vector<PerfRecordSample*> PerfRecordSample::samplesMissingProcess;
+
+static PerfAddFactory sampleFactory(9, "sample", PerfRecordSample::createInstance);
+
+namespace {
+
+const size_t kIpsOffset = offsetof(PerfRecordSampleS, ips);
+// Back-trace values up to this are stray markers, not addresses.
+const uint64_t kStrayMarkerLimit = 0x100;
+// Interrupt entries lie above this address.
+const uint64_t kInterruptFloor = 0xFEFFFFFFULL;
+
+template <typename T>
+T fieldAt(const char* record, size_t offset)
+{
+    T value;
+    memcpy(&value, record + offset, sizeof value);
+    return value;
+}
+
+}  // namespace
+
+PerfRecordSample::PerfRecordSample()
+    : _ip(0), _period(0), _time(0), _cpu(0), _depth(0), _mapKey(0), _pidKey(0), _processRecord(nullptr), _trace()
+{
+    key = (uint32_t)++_runningIndex;
+}
+
+PerfRecordSample::PerfRecordSample(unsigned long long ip, unsigned long long time, unsigned int cpu,
+                                   unsigned int pid_, unsigned int tid_, unsigned long long period, unsigned int nr,
+                                   const char* record)
+    : PerfRecord(pid_, tid_), _ip(ip), _period(period), _time(time), _cpu(cpu), _depth(nr), _mapKey(0), _pidKey(0),
+      _processRecord(nullptr), _trace()
+{
+    if (_firstSampleTime == 0.0)
+        _firstSampleTime = time64ToDouble(time);
+    _lastSampleTime = time;
+    // A back-trace of one entry counts as none.
+    if (nr == 1)
+        _depth = 0;
+    else if (nr > kMaxDepth)
+        _depth = kMaxDepth;
+    key = (uint32_t)++_runningIndex;
+    processSample(record);
+    _allSamples.push_back(this);
+    if (gVerbosity != 0)
+        show();
+}
+
+// The word at offset 32 is all that tells a plain sample (a core number)
+// from a trace-point sample (the low half of its stream id).
+PerfRecord* PerfRecordSample::createInstance(char* buffer)
+{
+    if (fieldAt<uint32_t>(buffer, kKindWordOffset) > kMaxPlainCpu)
+        return PerfRecordSampleEvent::factoryCreate(buffer);
+    return new PerfRecordSample(fieldAt<uint64_t>(buffer, offsetof(PerfRecordSampleS, ip)),
+                                fieldAt<uint64_t>(buffer, offsetof(PerfRecordSampleS, time)),
+                                fieldAt<uint32_t>(buffer, offsetof(PerfRecordSampleS, cpu)),
+                                fieldAt<uint32_t>(buffer, offsetof(PerfRecordSampleS, pid)),
+                                fieldAt<uint32_t>(buffer, offsetof(PerfRecordSampleS, tid)),
+                                fieldAt<uint64_t>(buffer, offsetof(PerfRecordSampleS, period)),
+                                (unsigned int)fieldAt<uint64_t>(buffer, offsetof(PerfRecordSampleS, nr)), buffer);
+}
+
+void PerfRecordSample::processSample(const char* record)
+{
+    _processRecord = PerfRecordComm::findProcessRecord(pid, tid);
+    if (_processRecord == nullptr && gVerbosity != 0)
+        printf("Missing process p:%d t:%d\n", (int)pid, (int)tid);
+    processTrace(record);
+}
+
+// Reads the back-trace from the record buffer, which is the shared buffer of
+// at least 1024 bytes: even the entry read one past the depth with -I lies in it.
+void PerfRecordSample::processTrace(const char* record)
+{
+    unsigned int skip = 0;
+    size_t position = kIpsOffset;
+    if (gRmFirstInterrupt) {
+        if (fieldAt<uint64_t>(record, position) <= kInterruptFloor && gVerbosity != 0)
+            puts("Not an interrupt");
+        position += 8;
+        skip = 1;
+    }
+    if (skip >= _depth)
+        return;
+    // The skipped entry does not shorten the loop.
+    const unsigned int count = _depth < kTraceEntries ? _depth : kTraceEntries;
+    uint64_t address = 0;
+    for (unsigned int i = 0; i < count; i++, position += 8) {
+        address = fieldAt<uint64_t>(record, position);
+        _trace[i].address = address;
+        PerfRecordMMap* map = PerfRecordMMap::findMap(address, pid, tid);
+        if (map == nullptr)
+            map = PerfRecordMMap::createSyntheticMap(this, pid, tid, address);
+        if (map == nullptr)
+            continue;
+        _trace[i].key = map->getKey(address);
+        map->_useCount++;
+    }
+    if (address <= kStrayMarkerLimit && _depth != 0)
+        _depth--;
+}
+
+void PerfRecordSample::verifyKey()
+{
+    // A COMM record may come after the samples of its process.
+    if (_processRecord == nullptr) {
+        _processRecord = PerfRecordComm::findProcessRecord(pid, tid);
+        if (_processRecord == nullptr)
+            _processRecord = PerfRecordComm::findProcessRecord(pid, 0);
+        if (_processRecord == nullptr)
+            _processRecord = &PerfRecordComm::_lostAndFound;
+    }
+    _pidKey = _processRecord->key;
+
+    PerfRecordMMap* map = PerfRecordMMap::findMap(this);
+    if (map != nullptr) {
+        _mapKey = map->getKey(_ip);
+        map->_useCount++;
+        if (_mapKey != 0)
+            return;
+    }
+    if (gVerbosity != 0)
+        puts("SAMP: no map key");
+    if (map == nullptr)
+        map = PerfRecordMMap::findMap(_ip, pid, 0);
+    if (map == nullptr)
+        map = PerfRecordMMap::createSyntheticMap(this, pid, tid, _ip);
+    if (map == nullptr)
+        map = PerfRecordMMap::_lostAndFound;
+    // Without any map record in the file there is no lost-and-found map, and the key stays 0.
+    if (map == nullptr)
+        return;
+    _mapKey = map->getKey(_ip);
+    map->_useCount++;
+}
+
+void PerfRecordSample::verifyKeys()
+{
+    for (PerfRecordSample* sample : _allSamples)
+        if (sample != nullptr)
+            sample->verifyKey();
+}
+
+void PerfRecordSample::show()
+{
+    PerfRecordMMap* map = PerfRecordMMap::findMap(this);
+    printf("%s k:%d p:%d t:%d a:%llx\n", map != nullptr ? "SAMP" : "sxxx", (int)key, (int)pid, (int)tid,
+           (unsigned long long)_ip);
+}
+
+int PerfRecordSample::_out(PerfJSONWriter& writer)
+{
+    writer.writeArrayStart(nullptr);
+    writer.writeNamed("key", getKey());
+    writer.writeNamed("ip", (unsigned long long)_ip);
+    writer.writeNamed("mapkey", _mapKey);
+    writer.writeNamed("time", doTimeConversion(_time) - gtodAtStart);
+    writer.writeNamed("cpu", _cpu);
+    writer.writeNamed("pidkey", _pidKey);
+    writer.writeNamed("tid", tid);
+    writer.writeArrayStart("bt");
+    for (unsigned int i = 0; i < _depth && i < kTraceEntries; i++) {
+        writer.writeArrayStart(nullptr);
+        writer.writeNamed("ip", (unsigned long long)_trace[i].address);
+        writer.writeNamed("mapkey", _trace[i].key);
+        writer.writeArrayEnd();
+    }
+    writer.writeArrayEnd();
+    writer.writeArrayEnd();
+    return 0;
+}
+
+void PerfRecordSample::outAll(PerfJSONWriter& writer)
+{
+    ProfileSection::begin(writer, "samples",
+                          {{"key", "key or reference for this sample"},
+                           {"ip", "Location of sample, program counter"},
+                           {"mapkey", "reference to map entry"},
+                           {"time", "time stamp of the sample"},
+                           {"cpu", "which core the sample was taken on"},
+                           {"pidkey", "reference to the process element"},
+                           {"tid", "tid for this sample"},
+                           {"bt.ip", "backtrace program counter"},
+                           {"bt.mapkey", "backtrace map key"}});
+    for (PerfRecordSample* sample : _allSamples)
+        if (sample != nullptr)
+            sample->out(writer);
+    ProfileSection::end(writer);
+}

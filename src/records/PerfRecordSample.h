@@ -1,13 +1,84 @@
-// One sample: program counter, time, core, process and back-trace.
+// One sample: program counter, time, core, process and back-trace. Plain
+// samples are resolved to maps and symbols as they are read; a second pass
+// after the walk settles every sample's own keys.
 #ifndef ZELCONV_PERFRECORDSAMPLE_H
 #define ZELCONV_PERFRECORDSAMPLE_H
 
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "PerfFactory.h"
 #include "PerfRecord.h"
+
+class PerfRecordComm;
+
+// A plain sample record as it lies in the record buffer.
+struct PerfRecordSampleS {
+    char header[8];
+    uint64_t ip;
+    uint32_t pid;
+    uint32_t tid;
+    uint64_t time;
+    uint32_t cpu;
+    uint32_t reserved;
+    uint64_t period;
+    uint64_t nr;
+    uint64_t ips[1];
+};
+
+static_assert(offsetof(PerfRecordSampleS, cpu) == 32 && offsetof(PerfRecordSampleS, ips) == 56,
+              "plain sample layout");
+
+struct PerfTraceEntryS {
+    uint64_t address;
+    uint32_t key;
+};
 
 class PerfRecordSample : public PerfRecord {
 public:
-    // Time of the first plain sample, in seconds; the zero time scale subtracts it.
+    static constexpr unsigned int kMaxDepth = 15;
+    static constexpr unsigned int kTraceEntries = 16;
+    // The word at this offset is a core number up to this limit, else part of a trace-point's stream id.
+    static constexpr size_t kKindWordOffset = 32;
+    static constexpr uint32_t kMaxPlainCpu = 16;
+
+    PerfRecordSample();
+    PerfRecordSample(unsigned long long ip, unsigned long long time, unsigned int cpu, unsigned int pid,
+                     unsigned int tid, unsigned long long period, unsigned int nr, const char* record);
+
+    static PerfRecord* createInstance(char* buffer);
+    static void verifyKeys();
+
+    const char* perfRecordType() override { return "sample"; }
+    unsigned long long getAddress() override { return _ip; }
+    const char* getName() override { return "sample"; }
+    int _out(PerfJSONWriter& writer) override;
+    virtual void show();
+
+    void processSample(const char* record);
+    void processTrace(const char* record);
+    void verifyKey();
+
+    static void outAll(PerfJSONWriter& writer);
+
+    uint64_t _ip;
+    uint64_t _period;
+    uint64_t _time;
+    uint32_t _cpu;
+    uint32_t _depth;
+    uint32_t _mapKey;
+    uint32_t _pidKey;
+    PerfRecordComm* _processRecord;
+    PerfTraceEntryS _trace[kTraceEntries];
+
+    static uint64_t _runningIndex;
+    static std::vector<PerfRecordSample*> _allSamples;
+    // Time of the first sample, in seconds; the zero time scale subtracts it.
     static double _firstSampleTime;
+    static uint64_t _lastSampleTime;
+    static std::vector<PerfRecordSample*> samplesMissingMaps;
+    static std::vector<PerfRecordSample*> samplesMissingProcess;
 };
 
 #endif

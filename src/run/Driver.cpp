@@ -1,5 +1,6 @@
 #include "Driver.h"
 
+#include <cstdlib>
 #include <cstring>
 
 #include "FileNames.h"
@@ -7,9 +8,13 @@
 #include "PerfFactory.h"
 #include "PerfJSONWriter.h"
 #include "PerfReader.h"
+#include "PerfRecordComm.h"
 #include "PerfRecordHeaderS.h"
+#include "PerfRecordMMap.h"
+#include "PerfRecordSample.h"
 #include "PerfRecordSampleEvent.h"
 #include "Settings.h"
+#include "SymbolTable.h"
 #include "TimechartManager.h"
 #include "TimeBase.h"
 
@@ -23,10 +28,42 @@ void walkRecords(PerfReader& reader)
     }
 }
 
+namespace {
+
+void writeDescription(PerfJSONWriter& writer, const char* chip)
+{
+    writer.newElementStart("Description");
+    writer.writeNamed("Version", "1.0");
+    writer.writeNamed("Target Chip", chip);
+    writer.writeNamed("Start Time", gtodAtStart);
+    writer.writeNamed("First Sample Time", PerfRecordSample::_firstSampleTime);
+    writer.writeNamed("duration", time64ToDouble(PerfRecordSample::_lastSampleTime) - PerfRecordSample::_firstSampleTime);
+    writer.newElementEnd();
+}
+
+void writeProfile(PerfJSONWriter& writer)
+{
+    const char* chip = getenv("CHIP");
+    writer.newElementStart(nullptr);
+    writeDescription(writer, chip != nullptr ? chip : "unknown");
+    // Keys are final only after this pass, which may still create maps and symbols.
+    PerfRecordSample::verifyKeys();
+    PerfRecordComm::outAll(writer);
+    PerfRecordMMap::outAll(writer);
+    FileNames::outAll(writer);
+    SymbolTable::outAll(writer);
+    PerfRecordSample::outAll(writer);
+    writer.newElementEnd();
+}
+
+}  // namespace
+
 int runConverter(int argc, char** argv)
 {
     PerfReader reader;
+    PerfRecordMMap firstMap;  // takes key 1 of the map numbering
     PerfFactory factory;
+    SymbolTable defaultTable;
 
     FileNames::createEmptyRef();
     parseOptions(argc, argv);
@@ -37,6 +74,10 @@ int runConverter(int argc, char** argv)
 
     calcTimeConversion();
     readEnvironment();
+
+    if (!gTimechartMode)
+        SymbolTable::loadKernelSymbols();
+    SymbolTable::createSyntheticTable();
 
     if (reader.open(inFileName.c_str()) == -1)
         errorExit("Bad In File Name", -1);
@@ -54,8 +95,7 @@ int runConverter(int argc, char** argv)
     walkRecords(reader);
 
     if (!gTimechartMode) {
-        writer.newElementStart(nullptr);
-        writer.newElementEnd();
+        writeProfile(writer);
     } else {
         TimechartManager* manager = TimechartManager::Instance();
         // Trace markers and the names of soft interrupts and counters join the charts here.

@@ -1,0 +1,82 @@
+// One memory mapping of one process: an address range and the file behind
+// it. The class answers what code an address belongs to, through the sorted
+// map table, the standing kernel, stack and lost-and-found maps, and
+// synthetic 64 KiB entries for addresses no map covers.
+#ifndef ZELCONV_PERFRECORDMMAP_H
+#define ZELCONV_PERFRECORDMMAP_H
+
+#include <cstdint>
+#include <vector>
+
+#include "PerfRecord.h"
+
+class PerfRecordComm;
+class PerfRecordSample;
+class SymbolTableElement;
+
+class PerfRecordMMap : public PerfRecord {
+public:
+    PerfRecordMMap();
+    PerfRecordMMap(unsigned int pid, unsigned int tid, unsigned long long start, unsigned long long length,
+                   unsigned long long pgoff, const char* name);
+    ~PerfRecordMMap() override;
+
+    static PerfRecord* createInstance(char* buffer);
+    // The map covering `address` for the process, or null; `tid` is not used.
+    static PerfRecordMMap* findMap(unsigned long long address, unsigned int pid, unsigned int tid);
+    // As above for the sample's own address, and marks the symbol there as used.
+    static PerfRecordMMap* findMap(PerfRecordSample* sample);
+    // Any map of the sample's process.
+    static PerfRecordMMap* findPidMap(PerfRecordSample* sample);
+    // A home for an address that no map covers: a synthetic symbol under a
+    // map of the process, or a map of its own.
+    static PerfRecordMMap* createSyntheticMap(PerfRecordSample* sample, unsigned int pid, unsigned int tid,
+                                              unsigned long long address);
+
+    const char* perfRecordType() override { return "mmap"; }
+    unsigned int getLen() override { return (unsigned int)_length; }
+    unsigned long long getAddress() override { return _start; }
+    const char* getName() override { return _fileName; }
+    int _out(PerfJSONWriter& writer) override;
+    virtual void setName(const char* name);
+    virtual void show();
+    // The key of the symbol at `address`, or of the map when there is none.
+    virtual unsigned int getKey(unsigned long long address);
+    using PerfRecord::getKey;
+
+    void addSample(PerfRecordSample* sample);
+    int checkRange(unsigned long long address, unsigned int pid, unsigned int tid);
+    void addProcessRef();
+    static void findMissingProcessRefs();
+    void findMoreSymbols(const char* name);
+
+    static void outAll(PerfJSONWriter& writer);
+
+    uint64_t _start;
+    uint64_t _length;
+    uint64_t _pgoff;
+    uint64_t _symbolBase;
+    char* _fileName;
+    uint32_t _pidKey;
+    uint64_t _sortKey;
+    PerfRecordComm* _processRecord;
+    std::vector<PerfRecordSample*> _samples;
+    std::vector<SymbolTableElement*> _symbolElements;
+    SymbolTable* _symbols;
+
+    // Maps and symbols draw their keys from this one counter.
+    static uint32_t _indexTotal;
+    static std::vector<PerfRecordMMap*> _allMaps;
+    static std::vector<PerfRecordMMap*> _sortedMaps;
+    static PerfRecordMMap* _lostAndFound;
+    static PerfRecordMMap* _kernelMap;
+    static PerfRecordMMap* _stackMap;
+    static char _stackName[64];
+
+private:
+    static void _createStandingMaps();
+    // The symbol at `address` under this map, given a key on first use and marked used.
+    SymbolTableElement* _useSymbolAt(unsigned long long address);
+};
+
+#endif

@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "ConverterRun.h"
+#include "PerfDataBuilder.h"
+
+using B = PerfDataBuilder;
+
+namespace {
+
+// The head of every section: labelled, indented descriptions, then compact rows.
+std::string section(const std::string& name, const std::string& descriptions, const std::string& rows)
+{
+    return ",\n \"" + name + "\": {\n  \"descriptions\": {" + descriptions + "\n  },\n  \"data\": [" + rows + "]}";
+}
+
+std::string column(const std::string& name, const std::string& text, bool first = false)
+{
+    return std::string(first ? "" : ",") + "\n   \"" + name + "\": \"" + text + "\"";
+}
+
+const std::string kProcessColumns =
+    column("key", "db key for this process element used in other structs as a reference", true) +
+    column("pid", "The process id associated with this name") + column("tid", "The thread id") +
+    column("name", "Name of the process with the pid and tid");
+const std::string kLibraryColumns =
+    column("key", "db key for this process element used in other structs as a reference", true) +
+    column("pidkey", "key or reference to the process") + column("name", "name of the library or function") +
+    column("startAddress", "start address of this memory map") + column("sectionSize", "length of the memory map");
+const std::string kFileColumns = column("key", "key for this symbol", true) + column("name", "name of this symbol") +
+                                 column("symbols.ref", "ref to symbol using this file") +
+                                 column("symbols.linenum", "ref to line number");
+const std::string kFunctionColumns =
+    column("key", "key for this symbol", true) + column("name", "name of this symbol") +
+    column("startAddress", "Base address of this function or symbol") +
+    column("sectionSize", "Size of this function or symbol") + column("maps", "array of maps for this sample");
+const std::string kSampleColumns =
+    column("key", "key or reference for this sample", true) + column("ip", "Location of sample, program counter") +
+    column("mapkey", "reference to map entry") + column("time", "time stamp of the sample") +
+    column("cpu", "which core the sample was taken on") + column("pidkey", "reference to the process element") +
+    column("tid", "tid for this sample") + column("bt.ip", "backtrace program counter") +
+    column("bt.mapkey", "backtrace map key");
+
+}  // namespace
+
+// No kernel symbols and no symbol files: every address resolves to a map or
+// to a synthetic 64 KiB entry. Keys: processes kernel 1, lostAndFound 2,
+// *init* 3, app 4, late 5; maps: the driver's own 1, the standing maps 2-4,
+// the app's map 5; synthetic symbols 6 and 7 in order of first use.
+TEST(ProfileDocument, MapsSyntheticEntriesAndLateProcesses)
+{
+    ConverterRun run;
+    run.input(B()
+                  .comm(100, 100, "app")
+                  .mmap(100, 100, 0x8000, 0x1000, 0, "/nonexistent/app")
+                  // Trace: two hits in the map (its end is inclusive), a page of the
+                  // process no map covers, and a stray marker that is dropped.
+                  .sample(0x8010, 100, 100, 5500000000ULL, 1, 1000, {0x8020, 0x9000, 0x20000, 0x5})
+                  // Unknown thread of a known process, outside every map.
+                  .sample(0x30000, 100, 101, 6000000000ULL, 0, 1000)
+                  // Process named only after its sample, address below 64 KiB.
+                  .sample(0x8000, 200, 200, 7000000000ULL, 2, 1000)
+                  .comm(200, 200, "late"));
+    RunResult r = run.run({"-b", "100"});
+    ASSERT_EQ(r.status, 0) << r.out;
+    EXPECT_EQ(r.out, "");
+
+    std::string expected =
+        "{\"Description\":{\"Version\":\"1.0\",\"Target Chip\":\"unknown\",\"Start Time\":100,"
+        "\"First Sample Time\":5.5,\"duration\":1.5}" +
+        section("processes", kProcessColumns,
+                "[1,0,0,\"kernel\",],[2,4294967295,4294967295,\"lostAndFound\",],[3,1,1,\"*init*\",],"
+                "[4,100,100,\"app\",],[5,200,200,\"late\",],") +
+        section("libraries", kLibraryColumns,
+                "[2,2,\"lostAndFound\",0,0,],[3,1,\"kernel\",18446744073709551615,1,],"
+                "[4,1,\"{stack:b0000000-beffffff}\",2952790016,251658239,],[5,4,\"/nonexistent/app\",32768,4096,],") +
+        section("files", kFileColumns, "") +
+        section("functions", kFunctionColumns,
+                "[6,\"{app-00020000}\",131072,65536,[5,],],[7,\"{app-00030000}\",196608,65536,[2,],],") +
+        section("samples", kSampleColumns,
+                "[1,32784,5,5.5,1,4,100,[[32800,5,],[36864,5,],[131072,5,],],],"
+                "[2,196608,2,6,0,4,101,[],],[3,32768,2,7,2,5,200,[],],") +
+        "}\n";
+    EXPECT_EQ(r.output, expected);
+}
+
+TEST(ProfileDocument, EmptyRecordingStillWritesAllSixMembers)
+{
+    ConverterRun run;
+    run.input(B());
+    RunResult r = run.run({"-b", "100"});
+    ASSERT_EQ(r.status, 0);
+    std::string expected =
+        "{\"Description\":{\"Version\":\"1.0\",\"Target Chip\":\"unknown\",\"Start Time\":100,"
+        "\"First Sample Time\":0,\"duration\":0}" +
+        section("processes", kProcessColumns, "[1,0,0,\"kernel\",],[2,4294967295,4294967295,\"lostAndFound\",],") +
+        section("libraries", kLibraryColumns, "") + section("files", kFileColumns, "") +
+        section("functions", kFunctionColumns, "") + section("samples", kSampleColumns, "") + "}\n";
+    EXPECT_EQ(r.output, expected);
+}
+
+// Before any map record there is no lost-and-found map: a back-trace entry
+// below 64 KiB keeps key 0, and the first page of an unknown process becomes a
+// map of its own, which also brings the standing maps into being.
+TEST(ProfileDocument, SampleBeforeAnyMapRecord)
+{
+    ConverterRun run;
+    run.input(B().sample(0x100, 7, 7, 1000000000ULL, 0, 1, {0x200, 0x20004, 0x300}));
+    RunResult r = run.run({"-b", "100"});
+    ASSERT_EQ(r.status, 0);
+    std::string expected =
+        "{\"Description\":{\"Version\":\"1.0\",\"Target Chip\":\"unknown\",\"Start Time\":100,"
+        "\"First Sample Time\":1,\"duration\":0}" +
+        section("processes", kProcessColumns, "[1,0,0,\"kernel\",],[2,4294967295,4294967295,\"lostAndFound\",],") +
+        section("libraries", kLibraryColumns,
+                "[2,2,\"lostAndFound\",0,0,],[3,1,\"kernel\",18446744073709551615,1,],"
+                "[4,1,\"{stack:b0000000-beffffff}\",2952790016,251658239,],"
+                "[5,0,\"{lostAndFound-00020000}\",131072,65536,],") +
+        section("files", kFileColumns, "") + section("functions", kFunctionColumns, "") +
+        section("samples", kSampleColumns, "[1,256,2,1,0,2,7,[[512,0,],[131076,5,],[768,2,],],],") + "}\n";
+    EXPECT_EQ(r.output, expected);
+}
+
+// Maps are sorted with their tid but searched without it, so the map of
+// thread 1 at 0x30000 is passed over: probes go to thread 2's maps at index 1
+// and 2 and the search ends. The sample gets a synthetic symbol under the
+// first map of its process that the pid search probes, thread 2's low map.
+TEST(ProfileDocument, MapSearchMissesAnotherThreadsMap)
+{
+    ConverterRun run;
+    run.input(B()
+                  .comm(300, 1, "t1")
+                  .mmap(300, 1, 0x30000, 0x1000, 0, "/nonexistent/t1")
+                  .mmap(300, 2, 0x10000, 0x1000, 0, "/nonexistent/t2a")
+                  .mmap(300, 2, 0x50000, 0x1000, 0, "/nonexistent/t2b")
+                  .sample(0x30010, 300, 1, 2000000000ULL, 3, 1));
+    RunResult r = run.run({"-b", "100"});
+    ASSERT_EQ(r.status, 0);
+    std::string expected =
+        "{\"Description\":{\"Version\":\"1.0\",\"Target Chip\":\"unknown\",\"Start Time\":100,"
+        "\"First Sample Time\":2,\"duration\":0}" +
+        section("processes", kProcessColumns,
+                "[1,0,0,\"kernel\",],[2,4294967295,4294967295,\"lostAndFound\",],[3,1,1,\"*init*\",],"
+                "[4,300,1,\"t1\",],") +
+        section("libraries", kLibraryColumns,
+                "[2,2,\"lostAndFound\",0,0,],[3,1,\"kernel\",18446744073709551615,1,],"
+                "[4,1,\"{stack:b0000000-beffffff}\",2952790016,251658239,],[6,0,\"/nonexistent/t2a\",65536,4096,],") +
+        section("files", kFileColumns, "") +
+        section("functions", kFunctionColumns, "[8,\"{t1-00030000}\",196608,65536,[6,],],") +
+        section("samples", kSampleColumns, "[1,196624,6,2,3,4,1,[],],") + "}\n";
+    EXPECT_EQ(r.output, expected);
+}

@@ -1,0 +1,24 @@
+// Reads the rows of one section of a profile document: the unlabelled,
+// comma-terminated arrays under "data". Numbers stay text, so 64-bit
+// addresses are compared exactly.
+#ifndef ZELCONV_TESTS_PROFILEROWS_H
+#define ZELCONV_TESTS_PROFILEROWS_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+struct RowValue {
+    bool isArray = false;
+    std::string text;  // a number's digits, or a string's contents without quotes and escapes kept
+    std::vector<RowValue> items;
+
+    uint64_t number() const { return std::stoull(text); }
+    double real() const { return std::stod(text); }
+};
+
+// The rows of `section` ("processes", "libraries", "files", "functions", "samples");
+// throws std::runtime_error when the section or its data array is not found.
+std::vector<RowValue> profileRows(const std::string& document, const std::string& section);
+
+#endif
