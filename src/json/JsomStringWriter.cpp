@@ -1,6 +1,6 @@
 #include "JsomStringWriter.h"
 
-#include <cstdarg>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
@@ -72,19 +72,6 @@ bool JsomStringWriter::valuePrologue(const char* operation)
     return true;
 }
 
-void JsomStringWriter::appendFormatted(const char* format, ...)
-{
-    char buffer[256];
-    va_list args;
-    va_start(args, format);
-    int length = vsnprintf(buffer, sizeof buffer, format, args);
-    va_end(args);
-    if (length > (int)sizeof buffer - 1)
-        length = (int)sizeof buffer - 1;
-    if (length > 0)
-        _out.append(buffer, (size_t)length);
-}
-
 void JsomStringWriter::startArray()
 {
     if (!valuePrologue("startArray"))
@@ -145,28 +132,38 @@ void JsomStringWriter::appendLabel(const char* text, bool raw)
     appendLabel(text, text != nullptr ? (int)strlen(text) : 0, raw);
 }
 
+// Integers are the bulk of the document; to_chars gives the digits printf
+// would, without parsing a format each time.
+template <typename T>
+void JsomStringWriter::appendInteger(T value)
+{
+    char buffer[24];
+    std::to_chars_result result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    _out.append(buffer, (size_t)(result.ptr - buffer));
+}
+
 void JsomStringWriter::appendInt(int value)
 {
     if (valuePrologue("appendInt"))
-        appendFormatted("%d", value);
+        appendInteger(value);
 }
 
 void JsomStringWriter::appendUnsignedInt(unsigned int value)
 {
     if (valuePrologue("appendUnsignedInt"))
-        appendFormatted("%u", value);
+        appendInteger(value);
 }
 
 void JsomStringWriter::appendLong(long long value)
 {
     if (valuePrologue("appendLong"))
-        appendFormatted("%lld", value);
+        appendInteger(value);
 }
 
 void JsomStringWriter::appendUnsignedLong(unsigned long long value)
 {
     if (valuePrologue("appendUnsignedLong"))
-        appendFormatted("%llu", value);
+        appendInteger(value);
 }
 
 void JsomStringWriter::appendDouble(double value, int precision)

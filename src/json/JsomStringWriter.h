@@ -54,7 +54,8 @@ private:
     bool valuePrologue(const char* operation);
     void closeContainer(char open, char filled, char closing, const char* message);
     void complain(const std::string& message);
-    void appendFormatted(const char* format, ...);
+    template <typename T>
+    void appendInteger(T value);
 
     std::string& _out;
     int _state;

@@ -5,12 +5,15 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 #include "Settings.h"
 
 #ifndef O_LARGEFILE
 #define O_LARGEFILE 0
 #endif
+
+static const size_t kBlockSize = 1 << 16;
 
 PerfReader::PerfReader() : _fd(0), _lastRead(0) {}
 
@@ -41,7 +44,27 @@ int PerfReader::read(char* buffer, int size)
     _announceRead(size);
     if (_fd <= 0)
         return -1;
-    _lastRead = (int)::read(_fd, buffer, size < 0 ? 0 : (size_t)size);
+    const size_t wanted = size < 0 ? 0 : (size_t)size;
+    size_t copied = 0;
+    ssize_t last = 0;
+    while (copied < wanted) {
+        if (_blockStart == _blockEnd) {
+            if (_block.empty())
+                _block.resize(kBlockSize);
+            last = ::read(_fd, _block.data(), _block.size());
+            if (last <= 0)
+                break;
+            _blockStart = 0;
+            _blockEnd = (size_t)last;
+        }
+        size_t take = _blockEnd - _blockStart;
+        if (take > wanted - copied)
+            take = wanted - copied;
+        memcpy(buffer + copied, _block.data() + _blockStart, take);
+        _blockStart += take;
+        copied += take;
+    }
+    _lastRead = copied > 0 ? (int)copied : (int)last;
     return _lastRead;
 }
 
@@ -56,8 +79,12 @@ bool PerfReader::status()
     return _lastRead != 0;
 }
 
+// A negative offset fails as a seek of the file would, and reading goes on
+// from where it stood.
 void PerfReader::seek(int offset)
 {
-    if (_fd > 0)
-        (void)::lseek(_fd, (off_t)(int64_t)offset, SEEK_SET);
+    if (_fd <= 0 || offset < 0)
+        return;
+    _blockStart = _blockEnd = 0;
+    (void)::lseek(_fd, (off_t)offset, SEEK_SET);
 }
