@@ -27,9 +27,11 @@ SymbolTable* SymbolTable::_syntheticSymTable = nullptr;
 namespace {
 
 // Tables by full name and by base name; the first table of a name wins.
-std::map<std::string, SymbolTable*> _symbolTables;
+// Like the tables, the two maps are never destroyed: what a run keeps stays
+// reachable to its end, also for a leak checker looking after static destructors.
+std::map<std::string, SymbolTable*>& _symbolTables = *new std::map<std::string, SymbolTable*>();
 // Synthetic symbols by the address of their 64 KiB unit.
-std::map<uint64_t, SymbolTableElement*> _synthetics;
+std::map<uint64_t, SymbolTableElement*>& _synthetics = *new std::map<uint64_t, SymbolTableElement*>();
 
 constexpr int kLineBuffer = 4096;
 constexpr uint64_t kKernelFloor = 0x2FFFFFFF;

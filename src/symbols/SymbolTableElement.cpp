@@ -9,25 +9,10 @@
 
 uint32_t SymbolTableElement::_runningIndex = 0;
 
-namespace {
-
-// A symbol always points at a file: the shared empty one, or, before that
-// exists, an empty object of its own.
-FileNames* fileOrEmpty(FileNames* file)
-{
-    if (file != nullptr)
-        return file;
-    if (FileNames::_emptyRef != nullptr)
-        return FileNames::_emptyRef;
-    return new FileNames();
-}
-
-}  // namespace
-
 SymbolTableElement::SymbolTableElement()
-    : _address(0), _size(0), _used(false), _flag(false), _useCount(0), _key(0), _file(fileOrEmpty(nullptr)),
-      _lineNumber(0)
+    : _address(0), _size(0), _used(false), _flag(false), _useCount(0), _key(0), _file(nullptr), _lineNumber(0)
 {
+    _setFile(nullptr);
 }
 
 SymbolTableElement::SymbolTableElement(const char* name, unsigned long long address, unsigned long long size,
@@ -37,16 +22,26 @@ SymbolTableElement::SymbolTableElement(const char* name, unsigned long long addr
 {
     if (gVerbosity > 0)
         show();
-    _file = fileOrEmpty(file);
+    _setFile(file);
 }
 
 SymbolTableElement::~SymbolTableElement()
 {
-    // The file outlives its symbols; it must not keep a pointer to this one.
-    if (_used && _file != nullptr) {
+    if (_ownsFile) {
+        delete _file;
+    } else if (_used && _file != nullptr) {
+        // A shared file outlives its symbols; it must not keep a pointer to this one.
         auto& symbols = _file->_symbols;
         symbols.erase(std::remove(symbols.begin(), symbols.end(), this), symbols.end());
     }
+}
+
+void SymbolTableElement::_setFile(FileNames* file)
+{
+    // A symbol always points at a file: the given one, the shared empty one,
+    // or, before that exists, an empty object of its own.
+    _ownsFile = file == nullptr && FileNames::_emptyRef == nullptr;
+    _file = file != nullptr ? file : _ownsFile ? new FileNames() : FileNames::_emptyRef;
 }
 
 unsigned int SymbolTableElement::markUsed(unsigned long long)

@@ -43,6 +43,11 @@ public:
     std::vector<uint32_t> _mapKeys;
 
     static uint32_t _runningIndex;
+
+private:
+    void _setFile(FileNames* file);
+
+    bool _ownsFile = false;  // the file is an empty object made for this symbol alone
 };
 
 #endif
