@@ -5,7 +5,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <map>
@@ -75,6 +77,23 @@ uint32_t parseLineNumber(const char* text)
             return 0xFFFFFFFFu;
     }
     return negative ? 0u - (uint32_t)value : (uint32_t)value;
+}
+
+// The address and type letter at the head of a line, read as "%llx %c " reads
+// them; the count of fields found. A number too large for 64 bits saturates
+// instead of being left undefined.
+int parseAddressAndType(const char* line, unsigned long long& address, char& type)
+{
+    char* end = nullptr;
+    address = strtoull(line, &end, 16);
+    if (end == line)
+        return 0;
+    while (isspace((unsigned char)*end))
+        end++;
+    if (*end == '\0')
+        return 1;
+    type = *end;
+    return 2;
 }
 
 // Reads the next line into `buffer`. At the end of the input the buffer keeps
@@ -509,7 +528,7 @@ int SymbolTable::_readSorted(FILE* input, bool kernel)
             continue;
         unsigned long long address = 0;
         char type = 0;
-        if (sscanf(buffer, "%llx %c ", &address, &type) != 2)
+        if (parseAddressAndType(buffer, address, type) != 2)
             continue;
         if (count == 0 && (address >> 48) == 0xFFFF)
             wide = true;
@@ -575,7 +594,7 @@ void SymbolTable::_readUnsorted(FILE* input, char* buffer, int bufferSize, uint6
             continue;
         unsigned long long address = 0;
         char type = 0;
-        if (sscanf(buffer, "%llx %c ", &address, &type) != 2)
+        if (parseAddressAndType(buffer, address, type) != 2)
             continue;
         if (type == '\0' || strchr(kValidSections, type) == nullptr)
             continue;

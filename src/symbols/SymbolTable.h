@@ -60,7 +60,8 @@ public:
     static SymbolTable* findAndRead(const char* name);
     // Runs nm over `path` into a private list file and reads it; null below two symbols.
     static SymbolTable* generateAndRead(const char* path);
-    // Parses nm output or the kernel symbol list into this table; -1 if `path` cannot be opened.
+    // Parses nm output, or the kernel symbol list when `path` is SystemFiles::kallsyms
+    // (opened under the redirected root), into this table; -1 if it cannot be opened.
     int readFromFile(const char* path);
     // The first place from `index` on where `name`, or its base name, can be opened; `index` is left there.
     static std::string findPathForFile(std::string name, int& index);
