@@ -1,0 +1,310 @@
+// A real scheduler trace: recorded on this machine with perf, repacked into
+// the layout the converter reads (a 64-bit kernel's payloads, behind the
+// 8-byte common header of kernels from 3.10 on), converted, and checked
+// against what perf script prints for the same trace.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "ConverterRun.h"
+#include "PerfDataBuilder.h"
+
+using B = PerfDataBuilder;
+
+namespace {
+
+const char* const kEvents[] = {"sched:sched_switch", "sched:sched_wakeup", "sched:sched_wakeup_new",
+                               "task:task_newtask", "task:task_rename"};
+
+// Runs a shell command, returning its exit status; its output goes to `log`.
+int shell(const std::string& command, const std::string& log)
+{
+    const std::string line = command + " >" + log + " 2>&1";
+    return system(line.c_str());
+}
+
+template <typename T>
+T field(const std::string& bytes, size_t offset)
+{
+    T value{};
+    if (offset + sizeof value <= bytes.size())
+        memcpy(&value, bytes.data() + offset, sizeof value);
+    return value;
+}
+
+// The samples of a perf.data file in perf's own layout, with the fields the
+// converter needs. Only the sample layouts a trace-point recording has are
+// understood.
+struct PerfSample {
+    uint64_t ip = 0;
+    uint32_t pid = 0;
+    uint32_t tid = 0;
+    uint64_t time = 0;
+    uint32_t cpu = 0;
+    std::string raw;
+};
+
+struct PerfFile {
+    std::string error;
+    std::vector<PerfSample> samples;
+    uint64_t lostRecords = 0;
+};
+
+enum : uint64_t {
+    kSampleIp = 1u << 0,
+    kSampleTid = 1u << 1,
+    kSampleTime = 1u << 2,
+    kSampleAddr = 1u << 3,
+    kSampleRead = 1u << 4,
+    kSampleCallchain = 1u << 5,
+    kSampleId = 1u << 6,
+    kSampleCpu = 1u << 7,
+    kSamplePeriod = 1u << 8,
+    kSampleStreamId = 1u << 9,
+    kSampleRaw = 1u << 10,
+    kSampleIdentifier = 1u << 16,
+};
+
+PerfFile readPerfFile(const std::string& bytes)
+{
+    PerfFile file;
+    if (bytes.compare(0, 8, "PERFILE2") != 0) {
+        file.error = "not a perf.data file of this format";
+        return file;
+    }
+    const uint64_t attrSize = field<uint64_t>(bytes, 16);
+    const uint64_t attrsOffset = field<uint64_t>(bytes, 24);
+    const uint64_t attrsSize = field<uint64_t>(bytes, 32);
+    const uint64_t dataOffset = field<uint64_t>(bytes, 40);
+    const uint64_t dataSize = field<uint64_t>(bytes, 48);
+    // Every trace-point attribute (type 2) must share one sample layout.
+    uint64_t sampleType = 0;
+    for (uint64_t at = attrsOffset; attrSize != 0 && at + attrSize <= attrsOffset + attrsSize; at += attrSize) {
+        if (field<uint32_t>(bytes, at) != 2)
+            continue;
+        const uint64_t type = field<uint64_t>(bytes, at + 24);
+        if (sampleType != 0 && sampleType != type) {
+            file.error = "trace-points with different sample layouts";
+            return file;
+        }
+        sampleType = type;
+    }
+    if ((sampleType & (kSampleRaw | kSampleTime | kSampleCpu | kSampleTid)) !=
+            (kSampleRaw | kSampleTime | kSampleCpu | kSampleTid) ||
+        (sampleType & kSampleRead) != 0) {
+        file.error = "unexpected sample layout " + std::to_string(sampleType);
+        return file;
+    }
+    for (uint64_t at = dataOffset; at + 8 <= dataOffset + dataSize && at + 8 <= bytes.size();) {
+        const uint32_t type = field<uint32_t>(bytes, at);
+        const uint16_t size = field<uint16_t>(bytes, at + 6);
+        if (size < 8)
+            break;
+        if (type == 2)
+            file.lostRecords++;
+        if (type == 9) {
+            PerfSample sample;
+            uint64_t p = at + 8;
+            auto skip = [&p](uint64_t bit, uint64_t types, size_t n) {
+                if (types & bit)
+                    p += n;
+            };
+            skip(kSampleIdentifier, sampleType, 8);
+            if (sampleType & kSampleIp) {
+                sample.ip = field<uint64_t>(bytes, p);
+                p += 8;
+            }
+            sample.pid = field<uint32_t>(bytes, p);
+            sample.tid = field<uint32_t>(bytes, p + 4);
+            p += 8;
+            sample.time = field<uint64_t>(bytes, p);
+            p += 8;
+            skip(kSampleAddr, sampleType, 8);
+            skip(kSampleId, sampleType, 8);
+            skip(kSampleStreamId, sampleType, 8);
+            sample.cpu = field<uint32_t>(bytes, p);
+            p += 8;
+            skip(kSamplePeriod, sampleType, 8);
+            if (sampleType & kSampleCallchain)
+                p += 8 + 8 * field<uint64_t>(bytes, p);
+            const uint32_t rawSize = field<uint32_t>(bytes, p);
+            if (p + 4 + rawSize <= at + size)
+                sample.raw = bytes.substr(p + 4, rawSize);
+            file.samples.push_back(sample);
+        }
+        at += size;
+    }
+    return file;
+}
+
+// "%f" of a stamp converted as the converter converts raw times.
+std::string seconds(uint64_t ns)
+{
+    const double t = (double)(ns / 1000000000ull) + (double)(ns % 1000000000ull) / 1000000000.0;
+    char buffer[64];
+    snprintf(buffer, sizeof buffer, "%f", t);
+    return buffer;
+}
+
+TEST(TimechartRealTrace, SwitchesMatchWhatPerfScriptPrints)
+{
+    ConverterRun run;
+    const std::string log = run.path("perf.log");
+    if (shell("command -v perf", log) != 0)
+        GTEST_SKIP() << "perf is not installed (Debian package linux-perf)";
+
+    // One second of the whole machine, with some tasks started and renamed by exec.
+    std::string command = "perf record -q -a";
+    for (const char* event : kEvents)
+        command += std::string(" -e ") + event;
+    command += " -o " + run.path("perf.raw.data") +
+               " -- sh -c 'sleep 0.2; for i in 1 2 3 4; do (ls / >/dev/null) & done; wait; sleep 0.8'";
+    if (shell(command, log) != 0)
+        GTEST_SKIP() << "perf could not record trace-points here (permission or tracefs missing): "
+                     << readFile(log);
+
+    // Event numbers by name, as perf lists them.
+    shell("perf evlist -v -i " + run.path("perf.raw.data"), run.path("evlist.txt"));
+    std::map<std::string, uint64_t> ids;
+    {
+        std::istringstream lines(readFile(run.path("evlist.txt")));
+        std::string line;
+        const std::regex pattern("^([a-z_]+:[a-z_]+): type: 2,.* config: (0x[0-9a-f]+|[0-9]+),");
+        std::smatch m;
+        while (std::getline(lines, line))
+            if (std::regex_search(line, m, pattern))
+                ids[m[1]] = std::stoull(m[2], nullptr, 0);
+    }
+    ASSERT_EQ(ids.size(), 5u) << readFile(run.path("evlist.txt"));
+
+    const PerfFile recorded = readPerfFile(readFile(run.path("perf.raw.data")));
+    ASSERT_EQ(recorded.error, "");
+    ASSERT_FALSE(recorded.samples.empty());
+    EXPECT_EQ(recorded.lostRecords, 0u) << "perf lost events; switch-outs may be missing";
+
+    // Repack: the event table, then each sample in the converter's layout, in file order.
+    B repacked;
+    for (const auto& [name, id] : ids)
+        repacked.eventType(id, name);
+    for (const PerfSample& s : recorded.samples)
+        repacked.tracepoint(s.ip, s.pid, s.tid, s.time, s.cpu, s.raw);
+    run.input(repacked);
+    run.env("kern_ver", "6.1").env("ARM64", "y");
+    RunResult r = run.run({"-t", "-r"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    ASSERT_EQ(r.err, "");
+
+    // What perf prints: every switch, with its CPU, time and the task switched in.
+    ASSERT_EQ(shell("perf script -i " + run.path("perf.raw.data") + " -F cpu,time,event,trace --ns",
+                    run.path("script.txt")),
+              0);
+    struct Switch {
+        uint64_t ns;
+        unsigned long cpu;
+        std::string prev;
+        std::string next;
+    };
+    std::vector<Switch> switches;
+    {
+        std::istringstream lines(readFile(run.path("script.txt")));
+        std::string line;
+        const std::regex pattern(
+            "^\\s*\\[(\\d+)\\]\\s+(\\d+)\\.(\\d{9}):\\s+sched:sched_switch:.* prev_pid=(\\d+) prev_prio=.*"
+            " next_pid=(\\d+) next_prio=-?\\d+\\s*$");
+        std::smatch m;
+        while (std::getline(lines, line)) {
+            if (!std::regex_search(line, m, pattern))
+                continue;
+            switches.push_back({std::stoull(m[2]) * 1000000000ull + std::stoull(m[3]), std::stoul(m[1]), m[4], m[5]});
+        }
+    }
+    ASSERT_FALSE(switches.empty()) << readFile(run.path("script.txt")).substr(0, 2000);
+    std::stable_sort(switches.begin(), switches.end(),
+                     [](const Switch& a, const Switch& b) { return a.ns < b.ns; });
+
+    // A switch-in that perf shows while the same task is still switched in on
+    // that CPU adds nothing to a row that already shows it running; all others
+    // must show. (Traces do miss switches: in a virtual machine, switches away
+    // from the idle task were seen to be absent.)
+    std::multiset<std::string> switchIns;  // "pid cpu time" of every switch-in
+    std::multiset<std::string> required;   // those that must have a point
+    std::set<std::string> busyTimes;       // "cpu time" of switches to a task
+    std::set<std::string> anySwitchTime;   // "time" of every switch
+    std::map<unsigned long, std::set<std::string>> switchedIn;
+    for (const Switch& s : switches) {
+        const std::string key = s.next + " " + std::to_string(s.cpu) + " " + seconds(s.ns);
+        std::set<std::string>& in = switchedIn[s.cpu];
+        in.erase(s.prev);
+        switchIns.insert(key);
+        if (in.count(s.next) == 0)
+            required.insert(key);
+
+        in.insert(s.next);
+        anySwitchTime.insert(seconds(s.ns));
+        if (s.next != "0")
+            busyTimes.insert(std::to_string(s.cpu) + " " + seconds(s.ns));
+    }
+
+    // What the document says: each entry stands on a line of its own.
+    std::multiset<std::string> running;
+    std::vector<std::string> strayBusy;
+    {
+        std::istringstream lines(r.output);
+        std::string line;
+        const std::regex runningEntry("\"id\":\"proc-(-?\\d+)-r(\\d+)\"");
+        const std::regex busyEntry("\"id\":\"cpu-(\\d+)-b\"");
+        const std::regex runningPoint("\\[([0-9.]+), (\\d+)\\]");
+        const std::regex point("\\[([0-9.]+),(\\d+)\\]");
+        std::smatch m;
+        while (std::getline(lines, line)) {
+            const size_t data = line.find("\"data\":");
+            if (data == std::string::npos)
+                continue;
+            const std::string points = line.substr(data);
+            if (std::regex_search(line, m, runningEntry)) {
+                const std::string prefix = m[1].str() + " " + m[2].str() + " ";
+                for (std::sregex_iterator p(points.begin(), points.end(), runningPoint), end; p != end; ++p)
+                    if ((*p)[2] == "1")
+                        running.insert(prefix + (*p)[1].str());
+            } else if (std::regex_search(line, m, busyEntry)) {
+                const std::string cpu = m[1];
+                for (std::sregex_iterator p(points.begin(), points.end(), point), end; p != end; ++p) {
+                    const std::string key = cpu + " " + (*p)[1].str();
+                    // A CPU gets busy at a switch to a task on it, and idle at a switch to
+                    // the idle task on it or when its last task is switched in elsewhere.
+                    const bool known =
+                        (*p)[2] == "1" ? busyTimes.count(key) != 0 : anySwitchTime.count((*p)[1]) != 0;
+                    if (!known)
+                        strayBusy.push_back(key + "=" + (*p)[2].str());
+                }
+            }
+        }
+    }
+    // The same switches, on the same CPUs, at the same times.
+    std::vector<std::string> missing, extra;
+    for (const std::string& s : required)
+        if (running.count(s) < required.count(s))
+            missing.push_back(s);
+    for (const std::string& s : running)
+        if (switchIns.count(s) < running.count(s))
+            extra.push_back(s);
+    EXPECT_GE(running.size(), required.size());
+    EXPECT_FALSE(required.empty());
+    EXPECT_TRUE(missing.empty()) << missing.size() << " of " << required.size()
+                                 << " switches without a point, first: " << missing.front();
+    EXPECT_TRUE(extra.empty()) << extra.size() << " points without a switch, first: " << extra.front();
+    EXPECT_TRUE(strayBusy.empty()) << strayBusy.size() << " busy points without a switch, first: "
+                                   << strayBusy.front();
+}
+
+}  // namespace
