@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <map>
-#include <regex>
+#include <cstring>
 #include <set>
 #include <sstream>
 #include <string>
@@ -85,17 +85,20 @@ std::vector<PerfSample> perfDump(const std::string& file)
     std::vector<PerfSample> samples;
     if (pipe == nullptr)
         return samples;
-    std::regex head(R"(^(\d+) (\d+) 0x[0-9a-f]+ \[(0x[0-9a-f]+)\]: PERF_RECORD_SAMPLE\([^)]*\): (\d+)/(\d+): 0x([0-9a-f]+) )");
-    std::regex entry(R"(^\.\.\.\.\.\s+\d+: ([0-9a-f]+))");
     char line[4096];
     while (fgets(line, sizeof line, pipe) != nullptr) {
-        std::cmatch m;
-        if (std::regex_search(line, m, head)) {
-            samples.push_back({std::stoull(m[3].str(), nullptr, 16), (uint32_t)std::stoul(m[1].str()),
-                               std::stoull(m[2].str()), (uint32_t)std::stoul(m[5].str()),
-                               std::stoull(m[6].str(), nullptr, 16), {}});
-        } else if (!samples.empty() && std::regex_search(line, m, entry)) {
-            samples.back().chain.push_back(std::stoull(m[1].str(), nullptr, 16));
+        // "CPU TIME 0xOFFSET [0xSIZE]: PERF_RECORD_SAMPLE(...): PID/TID: 0xIP period: ..."
+        unsigned int cpu, pid, tid;
+        unsigned long long time, offset, size, ip;
+        int entry;
+        unsigned long long address;
+        const char* kind = strstr(line, "]: PERF_RECORD_SAMPLE(");
+        if (kind != nullptr && sscanf(line, "%u %llu 0x%llx [0x%llx]", &cpu, &time, &offset, &size) == 4) {
+            const char* ids = strstr(kind, "): ");
+            if (ids != nullptr && sscanf(ids, "): %u/%u: 0x%llx", &pid, &tid, &ip) == 3)
+                samples.push_back({size, cpu, time, tid, ip, {}});
+        } else if (!samples.empty() && sscanf(line, "..... %d: %llx", &entry, &address) == 2) {
+            samples.back().chain.push_back(address);
         }
     }
     pclose(pipe);

@@ -9,14 +9,15 @@
 
 TEST(PerfRecordMMap, SymbolBaseOnlyForLibrariesBelowTheKernel)
 {
-    PerfRecordMMap executable(9101, 9101, 0x3FFFFFFF, 0x1000, 0, "/nonexistent/bin (deleted)");
-    PerfRecordMMap library(9101, 9101, 0x40000000, 0x1000, 0, "/nonexistent/lib.so");
-    PerfRecordMMap kernel(9101, 9101, gKernelStart + 0x1000, 0x1000, 0, "/nonexistent/kernel");
-    EXPECT_EQ(executable._symbolBase, 0u);
-    EXPECT_STREQ(executable.getName(), "/nonexistent/bin");
-    EXPECT_EQ(library._symbolBase, 0x40000000u);
-    EXPECT_EQ(kernel._symbolBase, 0u);
-    EXPECT_EQ(library.key, executable.key + 1);
+    // Maps join the static tables for good, so they live on the heap.
+    auto* executable = new PerfRecordMMap(9101, 9101, 0x3FFFFFFF, 0x1000, 0, "/nonexistent/bin (deleted)");
+    auto* library = new PerfRecordMMap(9101, 9101, 0x40000000, 0x1000, 0, "/nonexistent/lib.so");
+    auto* kernel = new PerfRecordMMap(9101, 9101, gKernelStart + 0x1000, 0x1000, 0, "/nonexistent/kernel");
+    EXPECT_EQ(executable->_symbolBase, 0u);
+    EXPECT_STREQ(executable->getName(), "/nonexistent/bin");
+    EXPECT_EQ(library->_symbolBase, 0x40000000u);
+    EXPECT_EQ(kernel->_symbolBase, 0u);
+    EXPECT_EQ(library->key, executable->key + 1);
 }
 
 TEST(PerfRecordMMap, AddressClassesAndInclusiveEnd)
