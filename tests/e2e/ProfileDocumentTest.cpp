@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "ConverterRun.h"
@@ -149,5 +151,47 @@ TEST(ProfileDocument, MapSearchMissesAnotherThreadsMap)
         section("files", kFileColumns, "") +
         section("functions", kFunctionColumns, "[8,\"{t1-00030000}\",196608,65536,[6,],],") +
         section("samples", kSampleColumns, "[1,196624,6,2,3,4,1,[],],") + "}\n";
+    EXPECT_EQ(r.output, expected);
+}
+
+// Symbols from the kernel list and from the machine's nm over an object the
+// test assembles, found through the search path. Kernel list: stext keeps
+// its line end (the first line's), other_fn is its own successor (size 0).
+// Object: alpha 0x0-0x10, beta 0x10-0x40, delta(int, int) 0x40-0x50, wfn 0x50.
+TEST(ProfileDocument, SymbolsFromTheKernelListAndNm)
+{
+    ConverterRun run;
+    run.file("k.s", ".text\n.globl alpha\nalpha: .skip 16\n.globl beta\nbeta: .skip 48\n"
+                    ".globl _Z5deltaii\n_Z5deltaii: .skip 16\n.globl wfn\nwfn: .skip 8\n");
+    std::filesystem::create_directories(run.path("sym/system/lib"));
+    std::string assemble = "as '" + run.path("k.s") + "' -o '" + run.path("sym/system/lib/libk.so") + "' 2>/dev/null";
+    if (system(assemble.c_str()) != 0 || system("nm --version >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "no assembler or nm";
+    run.systemFile("/proc/kallsyms", "c0008000 T stext\nc0008100 t do_work\nc0009000 T other_fn\n");
+    run.input(B()
+                  .comm(50, 50, "demo")
+                  .mmap(50, 50, 0x40000000, 0x1000, 0, "/system/lib/libk.so")
+                  // delta, do_work in the kernel, and a library address behind the last symbol.
+                  .sample(0x40000014, 50, 50, 1000000000ULL, 0, 1, {0x40000044, 0xC0008150, 0x40000800})
+                  .sample(0xC0008010, 50, 50, 1500000000ULL, 1, 1));
+    RunResult r = run.run({"-b", "100", "-p", run.path("sym")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::string expected =
+        "{\"Description\":{\"Version\":\"1.0\",\"Target Chip\":\"unknown\",\"Start Time\":100,"
+        "\"First Sample Time\":1,\"duration\":0.5}" +
+        section("processes", kProcessColumns,
+                "[1,0,0,\"kernel\",],[2,4294967295,4294967295,\"lostAndFound\",],[3,1,1,\"*init*\",],"
+                "[4,50,50,\"demo\",],") +
+        section("libraries", kLibraryColumns,
+                "[2,2,\"lostAndFound\",0,0,],[3,1,\"kernel\",3221258240,4096,],"
+                "[4,1,\"{stack:b0000000-beffffff}\",2952790016,251658239,],[5,4,\"/system/lib/libk.so\",1073741824,4096,],") +
+        section("files", kFileColumns, "") +
+        section("functions", kFunctionColumns,
+                "[9,\"stext\\n\",3221258240,256,[3,],],[7,\"do_work\",3221258496,3840,[3,],],"
+                "[8,\"beta\",16,48,[5,],],[6,\"delta(int, int)\",64,16,[5,],],") +
+        section("samples", kSampleColumns,
+                "[1,1073741844,8,1,0,4,50,[[1073741892,6,],[3221258576,7,],[1073743872,5,],],],"
+                "[2,3221258256,9,1.5,1,4,50,[],],") +
+        "}\n";
     EXPECT_EQ(r.output, expected);
 }
