@@ -203,6 +203,7 @@ SymbolTable::~SymbolTable()
     for (SymbolTableElement* element : _elements)
         delete element;
     _elements.clear();
+    _ranges.clear();
 }
 
 SymbolTableElement* SymbolTable::addElement(unsigned long long start, unsigned long long size, const char* name,
@@ -214,7 +215,23 @@ SymbolTableElement* SymbolTable::addElement(unsigned long long start, unsigned l
         _lowAddress = start;
     SymbolTableElement* element = new SymbolTableElement(name, start, size, file, line);
     _elements.push_back(element);
+    if (_ranges.size() + 1 == _elements.size())
+        _syncRanges();
     return element;
+}
+
+// The search reads the ranges from a contiguous copy, so a lookup touches one
+// element object only, the one it returns. The copy follows `_elements`
+// whenever that vector has changed size; elements keep their range for life.
+void SymbolTable::_syncRanges()
+{
+    for (size_t i = _ranges.size(); i < _elements.size(); i++) {
+        const SymbolTableElement* element = _elements[i];
+        if (element == nullptr)
+            _ranges.push_back({0, 0, false});
+        else
+            _ranges.push_back({element->_address, element->_address + element->_size, true});
+    }
 }
 
 SymbolTableElement* SymbolTable::findElement(unsigned long long address)
@@ -226,21 +243,25 @@ SymbolTableElement* SymbolTable::findElement(unsigned long long address)
     // The first probe is at index n / 2, so one element is never looked at.
     if (mid == 0)
         return nullptr;
+    if (_ranges.size() != _elements.size()) {
+        _ranges.clear();
+        _syncRanges();
+    }
     int64_t lo = 0;
     int64_t hi = count;
     for (;;) {
         if (mid >= count)
             return nullptr;
-        SymbolTableElement* element = _elements[(size_t)mid];
-        if (element == nullptr)
+        const Range& range = _ranges[(size_t)mid];
+        if (!range.present)
             return nullptr;
-        if (address < element->_address) {
+        if (address < range.start) {
             hi = mid - 1;
         } else {
             lo = mid + 1;
             // The end is inclusive: a boundary belongs to whichever neighbour is probed first.
-            if (address <= element->_address + element->_size)
-                return element;
+            if (address <= range.end)
+                return _elements[(size_t)mid];
         }
         int64_t span = hi - lo;
         mid = lo + (span >= 0 ? span / 2 : -((-span + 1) / 2));  // halves towards minus infinity

@@ -86,7 +86,14 @@ public:
     static SymbolTable* _syntheticSymTable;
 
 private:
+    struct Range {
+        uint64_t start;
+        uint64_t end;  // inclusive: start + size
+        bool present;  // false for a null entry, which ends a search
+    };
+    void _syncRanges();
     void _register();
+    std::vector<Range> _ranges;
     int _readSorted(FILE* input, bool kernel);
     void _readUnsorted(FILE* input, char* buffer, int bufferSize, uint64_t pendingAddress,
                        const std::string& pendingName);
