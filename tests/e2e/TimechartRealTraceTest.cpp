@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -177,13 +176,15 @@ TEST(TimechartRealTrace, SwitchesMatchWhatPerfScriptPrints)
     shell("perf evlist -v -i " + run.path("perf.raw.data"), run.path("evlist.txt"));
     std::map<std::string, uint64_t> ids;
     {
+        // "sched:sched_switch: type: 2, size: 128, config: 0x174, ..."
         std::istringstream lines(readFile(run.path("evlist.txt")));
         std::string line;
-        const std::regex pattern("^([a-z_]+:[a-z_]+): type: 2,.* config: (0x[0-9a-f]+|[0-9]+),");
-        std::smatch m;
-        while (std::getline(lines, line))
-            if (std::regex_search(line, m, pattern))
-                ids[m[1]] = std::stoull(m[2], nullptr, 0);
+        while (std::getline(lines, line)) {
+            const size_t type = line.find(": type: 2,");
+            const size_t config = line.find(" config: ");
+            if (type != std::string::npos && config != std::string::npos)
+                ids[line.substr(0, type)] = strtoull(line.c_str() + config + 9, nullptr, 0);
+        }
     }
     ASSERT_EQ(ids.size(), 5u) << readFile(run.path("evlist.txt"));
 
@@ -216,16 +217,22 @@ TEST(TimechartRealTrace, SwitchesMatchWhatPerfScriptPrints)
     };
     std::vector<Switch> switches;
     {
+        // "[000]  1818.630445567:     sched:sched_switch: prev_comm=a prev_pid=1 ... next_pid=2 next_prio=120"
         std::istringstream lines(readFile(run.path("script.txt")));
         std::string line;
-        const std::regex pattern(
-            "^\\s*\\[(\\d+)\\]\\s+(\\d+)\\.(\\d{9}):\\s+sched:sched_switch:.* prev_pid=(\\d+) prev_prio=.*"
-            " next_pid=(\\d+) next_prio=-?\\d+\\s*$");
-        std::smatch m;
         while (std::getline(lines, line)) {
-            if (!std::regex_search(line, m, pattern))
+            unsigned long cpu = 0;
+            unsigned long long whole = 0;
+            char fraction[10] = {};
+            const size_t prev = line.rfind(" prev_pid=");
+            const size_t next = line.rfind(" next_pid=");
+            if (line.find(" sched:sched_switch: ") == std::string::npos || prev == std::string::npos ||
+                next == std::string::npos ||
+                sscanf(line.c_str(), " [%lu] %llu.%9[0-9]:", &cpu, &whole, fraction) != 3 || strlen(fraction) != 9)
                 continue;
-            switches.push_back({std::stoull(m[2]) * 1000000000ull + std::stoull(m[3]), std::stoul(m[1]), m[4], m[5]});
+            switches.push_back({whole * 1000000000ull + strtoull(fraction, nullptr, 10), cpu,
+                                std::to_string(strtol(line.c_str() + prev + 10, nullptr, 10)),
+                                std::to_string(strtol(line.c_str() + next + 10, nullptr, 10))});
         }
     }
     ASSERT_FALSE(switches.empty()) << readFile(run.path("script.txt")).substr(0, 2000);
@@ -261,31 +268,32 @@ TEST(TimechartRealTrace, SwitchesMatchWhatPerfScriptPrints)
     {
         std::istringstream lines(r.output);
         std::string line;
-        const std::regex runningEntry("\"id\":\"proc-(-?\\d+)-r(\\d+)\"");
-        const std::regex busyEntry("\"id\":\"cpu-(\\d+)-b\"");
-        const std::regex runningPoint("\\[([0-9.]+), (\\d+)\\]");
-        const std::regex point("\\[([0-9.]+),(\\d+)\\]");
-        std::smatch m;
         while (std::getline(lines, line)) {
-            const size_t data = line.find("\"data\":");
-            if (data == std::string::npos)
+            const size_t data = line.find("\"data\":[");
+            const size_t id = line.find("\"id\":\"");
+            if (data == std::string::npos || id == std::string::npos)
                 continue;
-            const std::string points = line.substr(data);
-            if (std::regex_search(line, m, runningEntry)) {
-                const std::string prefix = m[1].str() + " " + m[2].str() + " ";
-                for (std::sregex_iterator p(points.begin(), points.end(), runningPoint), end; p != end; ++p)
-                    if ((*p)[2] == "1")
-                        running.insert(prefix + (*p)[1].str());
-            } else if (std::regex_search(line, m, busyEntry)) {
-                const std::string cpu = m[1];
-                for (std::sregex_iterator p(points.begin(), points.end(), point), end; p != end; ++p) {
-                    const std::string key = cpu + " " + (*p)[1].str();
+            int pid = 0;
+            unsigned int cpu = 0;
+            char tail = 0;
+            const char* name = line.c_str() + id + 6;
+            const bool isRunning = sscanf(name, "proc-%d-r%u%c", &pid, &cpu, &tail) == 3 && tail == '"';
+            const bool isBusy = !isRunning && sscanf(name, "cpu-%u-b%c", &cpu, &tail) == 2 && tail == '"';
+            // Points: "[time, value]" in running rows, "[time,value]" elsewhere.
+            for (size_t at = line.find('[', data + 8); at != std::string::npos; at = line.find('[', at + 1)) {
+                char time[40] = {};
+                unsigned int value = 0;
+                if (sscanf(line.c_str() + at, isRunning ? "[%39[0-9.], %u]" : "[%39[0-9.],%u]", time, &value) != 2)
+                    continue;
+                if (isRunning && value == 1)
+                    running.insert(std::to_string(pid) + " " + std::to_string(cpu) + " " + time);
+                if (isBusy) {
                     // A CPU gets busy at a switch to a task on it, and idle at a switch to
                     // the idle task on it or when its last task is switched in elsewhere.
-                    const bool known =
-                        (*p)[2] == "1" ? busyTimes.count(key) != 0 : anySwitchTime.count((*p)[1]) != 0;
+                    const std::string key = std::to_string(cpu) + " " + time;
+                    const bool known = value == 1 ? busyTimes.count(key) != 0 : anySwitchTime.count(time) != 0;
                     if (!known)
-                        strayBusy.push_back(key + "=" + (*p)[2].str());
+                        strayBusy.push_back(key + "=" + std::to_string(value));
                 }
             }
         }
