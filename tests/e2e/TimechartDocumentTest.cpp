@@ -193,25 +193,6 @@ TEST(TimechartDocument, OldKernelWithSixtyFourBitLayouts)
               ",]}\n");
 }
 
-TEST(TimechartDocument, TimeWindowOfStartAndFinish)
-{
-    ConverterRun run;
-    run.env("kern_ver", "3.10");
-    B recording = withEventTable();
-    for (int tenths : {5, 15, 25, 35})
-        recording.tracepoint(0, 1, 1, at(tenths), 0, B::rawArea(kWakeup, payload::schedWakeup(30 + tenths), true));
-    run.input(recording);
-    // -s 2 and -f 3 keep stamps from 1 to 4 seconds for decoding, and 2 to 3 seconds in the charts.
-    RunResult r = run.run({"-t", "-r", "-s", "2", "-f", "3"});
-    ASSERT_EQ(r.status, 0) << r.out << r.err;
-    EXPECT_EQ(r.output,
-              "\n{\"entries\":["
-              "\n{\"id\":\"proc-55-w\",\"name\":\"55 - \",\"treeId\":\"55_proc_root\",\"type\":\"binary\","
-              "\"class\":\"proc:wait\",\"tip\":\"Waiting for CPU\",\"show\":0,"
-              "\"hints\":{\"white\":\"#f0c44c\",\"black\":\"#f0e68c\"},\"data\":[[0.500000,1]]}"
-              ",]}\n");
-}
-
 TEST(TimechartDocument, EventNumberFourThousandEndsTheRun)
 {
     ConverterRun run;

@@ -84,14 +84,6 @@ TEST_F(EventPayloadTest, RecordOutsideTheSharedBufferReadsAsZero)
     EXPECT_EQ(payload.text(0), "");
 }
 
-TEST_F(EventPayloadTest, TextRunsOnUntilItsNul)
-{
-    kern_ver = 310;
-    std::string raw = B::u32(0) + B::u32(0) + std::string(16, 'x') + "tail" + std::string(1, '\0');
-    char* at = place(0, std::string(EventPayload::kRawOffset, '\0') + raw);
-    EXPECT_EQ(EventPayload(at).text(0), std::string(16, 'x') + "tail");
-}
-
 TEST_F(EventPayloadTest, LocationWordCountsFromTheRawDataUnderEveryVersion)
 {
     // Location word: offset 20 from the raw data's start, length (not read) 5.

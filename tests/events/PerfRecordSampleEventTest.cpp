@@ -54,15 +54,6 @@ protected:
     }
 };
 
-TEST_F(EventRegistry, EveryScheduledDecoderIsRegistered)
-{
-    for (const char* name : {"sched:sched_switch", "perf_trace_counters:sched_switch_with_ctrs",
-                             "sched:sched_wakeup", "sched:sched_wakeup_new", "task:task_newtask", "task:task_rename"})
-        EXPECT_NE(PerfRecordSampleEvent::findFunction(name), nullptr) << name;
-    EXPECT_EQ(PerfRecordSampleEvent::findFunction("sched:sched_switch "), nullptr);
-    EXPECT_EQ(PerfRecordSampleEvent::findFunction("SCHED:sched_switch"), nullptr);
-}
-
 TEST_F(EventRegistry, SixtyFourBitLayoutsArePreferredOnlyWhenAsked)
 {
     is64 = false;
@@ -167,20 +158,6 @@ TEST_F(EventRegistry, EventsOutsideTheTableOrWithoutDecoderGiveNothing)
     testing::internal::CaptureStdout();
     EXPECT_EQ(PerfRecordSampleEvent::factoryCreate(wakeupRecord(13, 5)), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Found event type:13 func:0\n");
-}
-
-TEST_F(EventRegistry, EventIsNotWrittenAmongTheProfileSamples)
-{
-    readTable(B().eventType(12, "sched:sched_wakeup"));
-    PerfRecord* event = PerfRecordSampleEvent::factoryCreate(wakeupRecord(12, 5));
-    ASSERT_NE(event, nullptr);
-    PerfJSONWriter writer(true, false);
-    writer.open("/dev/null");
-    writer.writeStructStart();
-    EXPECT_EQ(event->out(writer), 0);
-    writer.writeStructEnd();
-    writer.close();
-    EXPECT_EQ(writer.document(), "\n{}");
 }
 
 }  // namespace

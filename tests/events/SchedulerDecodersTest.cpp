@@ -91,22 +91,6 @@ INSTANTIATE_TEST_SUITE_P(KernelsAndWidths, SwitchLayouts,
                                          std::make_tuple(310, false), std::make_tuple(418, false),
                                          std::make_tuple(309, true), std::make_tuple(510, true)));
 
-TEST_F(SchedulerDecoders, MigrationClosesTheCpuLeftBehind)
-{
-    kern_ver = 310;
-    // CPU 0's switch away from the task is not (yet) in the file when CPU 2 takes it.
-    walk(withEventTable()
-             .tracepoint(0, 0, 0, 1000000000, 0, B::rawArea(kSwitch, payload::schedSwitch(0, 0, 8421), true))
-             .tracepoint(0, 0, 0, 2000000000, 2, B::rawArea(kSwitch, payload::schedSwitch(0, 0, 8421), true)));
-    EXPECT_EQ(samples(process(8421)._running[0]), "10:1 20:0");
-    EXPECT_EQ(samples(process(8421)._running[2]), "20:1");
-    EXPECT_EQ(busy(0), "10:1 20:0");
-    EXPECT_EQ(busy(2), "20:1");
-    // The table keeps the CPU left behind until its own next switch.
-    EXPECT_EQ(manager()._lastPid[0], 8421);
-    EXPECT_EQ(manager()._lastPid[2], 8421);
-}
-
 TEST_F(SchedulerDecoders, TaskLeftThroughItsOwnSwitchIsNotAMigration)
 {
     kern_ver = 310;
@@ -146,18 +130,6 @@ TEST_F(SchedulerDecoders, SwitchOnACpuBeyondTheTablesIsDropped)
     EXPECT_EQ(manager()._cpuCharts.size(), 1u);
 }
 
-TEST_F(SchedulerDecoders, WakeupsMarkTheTaskWaitingOnTheWakingCpu)
-{
-    kern_ver = 304;
-    walk(withEventTable()
-             .tracepoint(0, 1, 1, 1000000000, 2, B::rawArea(kWakeup, payload::schedWakeup(8451)))
-             .tracepoint(0, 1, 1, 1500000000, 3, B::rawArea(kWakeupNew, payload::schedWakeup(8452))));
-    EXPECT_EQ(samples(process(8451)._waitCpu), "10:1");
-    EXPECT_EQ(samples(process(8451)._running[2]), "10:0");
-    EXPECT_EQ(samples(process(8452)._waitCpu), "15:1");
-    EXPECT_EQ(samples(process(8452)._running[3]), "15:0");
-}
-
 TEST_F(SchedulerDecoders, NewThreadTakesItsCreatorAsParentAndNamesAreWeak)
 {
     kern_ver = 310;
@@ -172,17 +144,6 @@ TEST_F(SchedulerDecoders, NewThreadTakesItsCreatorAsParentAndNamesAreWeak)
     EXPECT_EQ(process(8461)._name, "worker");
     EXPECT_EQ(process(8462)._ppid, 8462);
     EXPECT_EQ(process(8462)._name, "child");
-}
-
-TEST_F(SchedulerDecoders, NewTaskInTheSixtyFourBitLayout)
-{
-    kern_ver = 304;  // not looked at by the 64-bit layout
-    is64 = true;
-    walk(withEventTable().tracepoint(
-        0, 8470, 8470, 1000000000, 0,
-        B::rawArea(kNewtask, payload::taskNewtask64(8471, "wide", payload::kCloneThread), true)));
-    EXPECT_EQ(process(8471)._ppid, 8470);
-    EXPECT_EQ(process(8471)._name, "wide");
 }
 
 TEST_F(SchedulerDecoders, RenameWinsInEitherOrder)

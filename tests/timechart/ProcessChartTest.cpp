@@ -161,17 +161,6 @@ TEST_F(ProcessChartTest, MarkersAreWrittenAsNestedArraysInTheirOrder)
               "\"data\":[[2.5,7,\"frame\",\"a=1\",],[1.5,8,\"x\\\"y\",\"a=1\",],]}");
 }
 
-TEST_F(ProcessChartTest, MarkerTimesAreZeroOutsideTheLoomstatScale)
-{
-    gtodAtStart = 4.0;
-    ProcessChart chart(kPid);
-    std::string name = "m";
-    std::string args;
-    chart.addEvent(2.5, 1, name, args);
-    ASSERT_EQ(chart._events.size(), 1u);
-    EXPECT_EQ(chart._events[0].time, -4.0);
-}
-
 // The values of one counter series at times 1, 2, 3...; the points it writes.
 class CounterBars : public ProcessChartTest,
                     public testing::WithParamInterface<std::tuple<std::vector<unsigned int>, std::string>> {};

@@ -9,26 +9,25 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <tuple>
 
 #include "PerfJSONWriter.h"
 #include "Settings.h"
 #include "TimeBase.h"
 #include "TimechartManager.h"
 
+// The settings a chart test may change.
+inline auto chartSettings()
+{
+    return std::tie(timeConversionType, gtodAtStart, gtodAtStop, gSelectiveProcessing, kern_ver, is64, gVerbosity,
+                    gFirstTimestampToProcess, gLastTimestampToProcess, gReadable, baseTime);
+}
+
 class TimechartFixture : public testing::Test {
 protected:
     void SetUp() override
     {
-        _conversion = timeConversionType;
-        _start = gtodAtStart;
-        _stop = gtodAtStop;
-        _selective = gSelectiveProcessing;
-        _kernel = kern_ver;
-        _is64 = is64;
-        _verbosity = gVerbosity;
-        _first = gFirstTimestampToProcess;
-        _last = gLastTimestampToProcess;
-        _readable = gReadable;
+        _saved = chartSettings();
         timeConversionType = kTimeRaw;
         gtodAtStart = 0.0;
         gtodAtStop = 0.0;
@@ -40,16 +39,7 @@ protected:
 
     void TearDown() override
     {
-        timeConversionType = _conversion;
-        gtodAtStart = _start;
-        gtodAtStop = _stop;
-        gSelectiveProcessing = _selective;
-        kern_ver = _kernel;
-        is64 = _is64;
-        gVerbosity = _verbosity;
-        gFirstTimestampToProcess = _first;
-        gLastTimestampToProcess = _last;
-        gReadable = _readable;
+        chartSettings() = _saved;
         TimechartManager::discardInstance();
     }
 
@@ -84,16 +74,7 @@ protected:
     }
 
 private:
-    int32_t _conversion;
-    double _start;
-    double _stop;
-    bool _selective;
-    int32_t _kernel;
-    bool _is64;
-    uint32_t _verbosity;
-    uint64_t _first;
-    uint64_t _last;
-    bool _readable;
+    std::tuple<int32_t, double, double, bool, int32_t, bool, uint32_t, uint64_t, uint64_t, bool, double> _saved;
 };
 
 #endif

@@ -11,15 +11,6 @@ namespace {
 
 class TimechartManagerTest : public TimechartFixture {};
 
-TEST_F(TimechartManagerTest, EmptyManagerWritesAnEmptyEntriesList)
-{
-    PerfJSONWriter writer(true, false);
-    writer.open("/dev/null");
-    manager().writeData(writer);
-    writer.close();
-    EXPECT_EQ(writer.document(), "\n{\"entries\":[]}");
-}
-
 TEST_F(TimechartManagerTest, HandOverStateStartsAtZero)
 {
     for (int cpu = 0; cpu < TimechartManager::kCpus; cpu++) {
@@ -59,18 +50,6 @@ TEST_F(TimechartManagerTest, CpuBeyondTheTablesIsDroppedEverywhere)
     EXPECT_TRUE(manager()._processCharts.empty());
     for (int cpu = 0; cpu < TimechartManager::kCpus; cpu++)
         EXPECT_EQ(manager()._lastPid[cpu], cpu == 3 ? 77 : 0);
-}
-
-TEST_F(TimechartManagerTest, AddOperationsTellWhetherTheyMadeTheChart)
-{
-    EXPECT_TRUE(manager().addValueToCPUChart(1, 3, 40, 1));
-    EXPECT_FALSE(manager().addValueToCPUChart(2, 3, 40, 0));
-    EXPECT_TRUE(manager().addStatusToProcessChart(1, 7303, 2, 0, 0));
-    EXPECT_FALSE(manager().addStatusToProcessChart(1, 7303, 3, 0, 0));
-    EXPECT_EQ(manager().getCPUChart(4), nullptr);
-    EXPECT_EQ(manager().getProcessChart(7304), nullptr);
-    ASSERT_NE(manager().getCPUChart(3), nullptr);
-    EXPECT_EQ(manager().getCPUChart(3)->_busy.size(), 2u);
 }
 
 TEST_F(TimechartManagerTest, FirstCounterSampleOfEachCpuIsDropped)
