@@ -52,8 +52,9 @@ void PRSE_sched_switch::handle(PerfRecordSampleEventS* record)
 
     manager->addStatusToProcessChart(time, _nextPid, TimechartManager::kStatusRunning, cpu, 0);
     manager->setLastPidForCpu(_nextPid, cpu);
-    manager->addStatusToProcessChart(time, _prevPid, _prevState == kUninterruptible ? TimechartManager::kStatusWaitIo : TimechartManager::kStatusNotRunning,
-                                     cpu, 0);
+    const unsigned int outgoing =
+        _prevState == kUninterruptible ? TimechartManager::kStatusWaitIo : TimechartManager::kStatusNotRunning;
+    manager->addStatusToProcessChart(time, _prevPid, (int)outgoing, cpu, 0);
     if (_nextPid == 0) {
         // The CPU goes idle; the idle task is never looked for on other CPUs.
         manager->addValueToCPUChart(time, cpu, TimechartManager::kCpuBusy, 0);

@@ -43,7 +43,8 @@ ProcessChart::ProcessChart(int pid) : _pid(pid), _ppid(pid)
     PerfRecordComm* record = PerfRecordComm::findProcessRecord(0, (unsigned int)pid);
     if (record != nullptr) {
         _ppid = (int)record->pid;
-        _name = record->getName();
+        const char* name = record->getName();
+        _name = name != nullptr ? name : "";
     }
 }
 
@@ -54,7 +55,8 @@ void ProcessChart::addStatus(unsigned long long time, unsigned int status, unsig
     double x;
     if (!chartTime((uint64_t)time, x))
         return;
-    const bool issue = status >= TimechartManager::kStatusIssue && status < TimechartManager::kStatusIssue + kIssueKinds;
+    const bool issue =
+        status >= TimechartManager::kStatusIssue && status < TimechartManager::kStatusIssue + kIssueKinds;
     const unsigned int value = issue && sub == 1 ? 2 : 1;
     // The scheduler's statuses name a CPU; one beyond the tables is dropped.
     if (status <= TimechartManager::kStatusNotRunning && cpu >= kCpus)
@@ -141,7 +143,8 @@ void ProcessChart::outProcessChart(PerfJSONWriter& writer)
 {
     _sortSeries();
     const std::string label = Entry::format("%d - ", _pid) + _name;
-    const std::string treeId = _ppid == _pid ? Entry::format("%d_proc_root", _ppid) : Entry::format("%d_%d_proc_root", _pid, _ppid);
+    const std::string treeId =
+        _ppid == _pid ? Entry::format("%d_proc_root", _ppid) : Entry::format("%d_%d_proc_root", _pid, _ppid);
     bool shown = !_events.empty();
     for (const auto& series : _issue)
         shown = shown || !series.empty();
