@@ -270,15 +270,19 @@ PerfRecordMMap* PerfRecordMMap::findPidMap(PerfRecordSample* sample)
                             });
 }
 
-SymbolTableElement* PerfRecordMMap::_useSymbolAt(unsigned long long address)
+void PerfRecordMMap::_claimSymbol(SymbolTableElement* element, unsigned int mapKey, unsigned int tid)
 {
-    SymbolTableElement* element = _symbols->findElement(address - _symbolBase);
-    if (element == nullptr)
-        return nullptr;
     if (element->_key == 0)
         element->_key = ++_indexTotal;
     element->markUsed(tid);
-    element->setMapKey(key);
+    element->setMapKey(mapKey);
+}
+
+SymbolTableElement* PerfRecordMMap::_useSymbolAt(unsigned long long address)
+{
+    SymbolTableElement* element = _symbols->findElement(address - _symbolBase);
+    if (element != nullptr)
+        _claimSymbol(element, key, tid);
     return element;
 }
 
@@ -326,12 +330,8 @@ PerfRecordMMap* PerfRecordMMap::createSyntheticMap(PerfRecordSample* sample, uns
 
     map->_useCount++;
     SymbolTableElement* element = SymbolTable::addSyntheticEntry(page, kSyntheticUnit, label.data());
-    if (element != nullptr) {
-        if (element->_key == 0)
-            element->_key = ++_indexTotal;
-        element->markUsed(tid);
-        element->setMapKey(map->key);
-    }
+    if (element != nullptr)
+        _claimSymbol(element, map->key, tid);
     return map;
 }
 

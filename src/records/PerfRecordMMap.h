@@ -75,6 +75,8 @@ public:
 
 private:
     static void _createStandingMaps();
+    // Gives a symbol its key on first use, marks it used and notes the map.
+    static void _claimSymbol(SymbolTableElement* element, unsigned int mapKey, unsigned int tid);
     // The symbol at `address` under this map, given a key on first use and marked used.
     SymbolTableElement* _useSymbolAt(unsigned long long address);
 };
