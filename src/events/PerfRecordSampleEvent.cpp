@@ -1,8 +1,8 @@
 #include "PerfRecordSampleEvent.h"
 
-#include <cinttypes>
 #include <cstdio>
 #include <cstring>
+#include <stdexcept>
 
 #include "EventPayload.h"
 #include "PerfReader.h"
@@ -13,6 +13,8 @@
 std::vector<PerfNameToFunctionS>* PerfRecordSampleEvent::_nameAndFunction = nullptr;
 std::vector<PerfNameToFunctionS>* PerfRecordSampleEvent::_nameAndFunction64 = nullptr;
 std::vector<PerfRecordCreateFn>* PerfRecordSampleEvent::_functions = nullptr;
+uint64_t PerfRecordSampleEvent::_tableSize = 0;
+uint64_t PerfRecordSampleEvent::_tableCapacity = 0;
 
 namespace {
 
@@ -50,8 +52,11 @@ void PerfRecordSampleEvent::initVectors()
         _nameAndFunction = new std::vector<PerfNameToFunctionS>();
     if (_nameAndFunction64 == nullptr)
         _nameAndFunction64 = new std::vector<PerfNameToFunctionS>();
-    if (_functions == nullptr)
+    if (_functions == nullptr) {
         _functions = new std::vector<PerfRecordCreateFn>();
+        _tableSize = 0;
+        _tableCapacity = 0;
+    }
 }
 
 void PerfRecordSampleEvent::registerEvent(const char* name, PerfRecordCreateFn function)
@@ -95,24 +100,34 @@ PerfRecordCreateFn PerfRecordSampleEvent::findFunction(const char* name)
     return _find(*_nameAndFunction, name, "findFunction cmp %s:%s\n");
 }
 
-// The table grows to 4000 entries for any number up to 4000, and to the
-// number plus one beyond; it is indexed with a range check, so a number that
-// is still not below the size ends the run with the standard out-of-range
-// error (4000 itself, or one between the size and the capacity after growth).
+// The table grows to 4000 entries for any number up to 4000, and to the low
+// 32 bits of the number plus one beyond, whenever the number is not below its
+// capacity; growing past the capacity makes it the larger of twice the size
+// and the new size, as a standard vector does. It is indexed with a range
+// check, so a number that is still not below the size ends the run with the
+// standard out-of-range error: 4000 itself, one between the size and the
+// capacity after growth, or one whose low 32 bits plus one wrap to 0.
+// Only the entries that a sample can name are held, so a number read from
+// foreign bytes costs no memory beyond them, and the run goes on or ends
+// just as with the whole table.
 void PerfRecordSampleEvent::_storeFunction(uint64_t eventId, PerfRecordCreateFn function)
 {
-    if (eventId > kLargestUsableEventId && (uint32_t)eventId >= _functions->size()) {
-        // No sample can name such an event; growing the table for it would
-        // only cost memory, up to the whole address space.
-        if (gVerbosity != 0)
-            printf("readEvent: event number %" PRIu64 " not usable, dropped\n", eventId);
-        return;
-    }
-    if (eventId >= _functions->capacity()) {
+    if (eventId >= _tableCapacity) {
         const uint32_t size = eventId <= kFunctionTableSize ? kFunctionTableSize : (uint32_t)eventId + 1;
-        _functions->resize(size, nullptr);
+        if (size > _tableCapacity)
+            _tableCapacity = size > 2 * _tableSize ? size : 2 * _tableSize;
+        _tableSize = size;
+        _functions->resize(size < kHeldEntries ? size : kHeldEntries, nullptr);
     }
-    _functions->at((uint32_t)eventId) = function;
+    const uint32_t index = (uint32_t)eventId;
+    if (index >= _tableSize) {
+        char message[128];
+        snprintf(message, sizeof message, "vector::_M_range_check: __n (which is %u) >= this->size() (which is %llu)",
+                 index, (unsigned long long)_tableSize);
+        throw std::out_of_range(message);
+    }
+    if (index < kHeldEntries)
+        (*_functions)[index] = function;
 }
 
 void PerfRecordSampleEvent::readEvents(PerfReader& reader, PerfRecordHeaderS* header)

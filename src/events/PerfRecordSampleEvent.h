@@ -51,8 +51,8 @@ class PerfRecordSampleEvent : public PerfRecordSample {
 public:
     // The number table has this many entries for every ordinary file.
     static constexpr uint32_t kFunctionTableSize = 4000;
-    // Samples name their event with a 16-bit number, so no larger table can be used.
-    static constexpr uint64_t kLargestUsableEventId = 0xFFFF;
+    // Samples name their event with a 16-bit number: entries from here on are never read.
+    static constexpr uint32_t kHeldEntries = 0x10000;
 
     explicit PerfRecordSampleEvent(PerfRecordSampleEventS* record);
     ~PerfRecordSampleEvent() override;
@@ -73,7 +73,12 @@ public:
 
     static std::vector<PerfNameToFunctionS>* _nameAndFunction;
     static std::vector<PerfNameToFunctionS>* _nameAndFunction64;
+    // Factories by event number: the first kHeldEntries entries of the table.
     static std::vector<PerfRecordCreateFn>* _functions;
+    // The size and capacity of the whole table, which the rule for growing it
+    // and its range check go by; beyond kHeldEntries they are only counted.
+    static uint64_t _tableSize;
+    static uint64_t _tableCapacity;
 
 private:
     static PerfRecordCreateFn _find(const std::vector<PerfNameToFunctionS>& table, const char* name,

@@ -100,12 +100,23 @@ TEST_F(EventRegistry, LargerNumbersGrowTheTableUpToItsCapacity)
     EXPECT_EQ(functions().back(), &PRSE_sched_switch::factory);
 }
 
-TEST_F(EventRegistry, NumbersNoSampleCanNameAreDropped)
+TEST_F(EventRegistry, HugeNumbersFollowTheSameRuleWithoutTheMemory)
 {
-    readTable(B().eventType(3, "sched:sched_wakeup").eventType(0x10000, "sched:sched_switch").eventType(
-        0xFFFFFFFFull, "sched:sched_switch"));
-    EXPECT_EQ(functions().size(), 4000u);
+    // 0xFFFFFFFE makes a table of 2^32 - 1 entries, of which only those a
+    // sample can name are held; 70000 lies inside it.
+    readTable(B().eventType(3, "sched:sched_wakeup").eventType(0xFFFFFFFEull, "sched:sched_switch").eventType(
+        70000, "sched:sched_switch"));
+    EXPECT_EQ(functions().size(), 0x10000u);
     EXPECT_EQ(functions()[3], &PRSE_sched_wakeup::factory);
+    // A number of 2^32 or more resizes to its low word plus one, shrinking the table.
+    readTable(B().eventType(0x100000005ull, "sched:sched_switch"));
+    EXPECT_EQ(functions().size(), 6u);
+    EXPECT_EQ(functions()[3], &PRSE_sched_wakeup::factory);
+    EXPECT_EQ(functions()[5], &PRSE_sched_switch::factory);
+    // Growth within the capacity left by the big table: 9 lies beyond the size of 6.
+    EXPECT_THROW(readTable(B().eventType(9, "sched:sched_switch")), std::out_of_range);
+    // 0xFFFFFFFF at the capacity resizes to its low word plus one, which wraps to 0.
+    EXPECT_THROW(readTable(B().eventType(0xFFFFFFFFull, "sched:sched_switch")), std::out_of_range);
 }
 
 TEST_F(EventRegistry, TableEndsAtTheDataSectionRoundedDown)
