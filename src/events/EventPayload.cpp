@@ -33,8 +33,8 @@ std::string EventPayload::_text(size_t recordOffset) const
     return std::string(start, nul != nullptr ? static_cast<const char*>(nul) - start : limit);
 }
 
-std::string EventPayload::locationText(size_t offset) const
+std::string EventPayload::locationText(size_t offset, size_t skip) const
 {
     const uint32_t word = u32(offset);
-    return _text(kRawOffset + (word & 0xFFFFu));
+    return _text(kRawOffset + (word & 0xFFFFu) + skip);
 }

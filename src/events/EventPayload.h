@@ -51,8 +51,10 @@ public:
     // A text field read as a C string.
     std::string text(size_t offset) const { return _text(_payload + offset); }
     // The text that a location word at `offset` points to: its low 16 bits are
-    // an offset from the start of the raw data (not of the payload).
-    std::string locationText(size_t offset) const;
+    // an offset from the start of the raw data (not of the payload). With
+    // `skip`, the text starts that many bytes further on, which may be past
+    // the NUL of a short text: the bytes behind it in the record are read.
+    std::string locationText(size_t offset, size_t skip = 0) const;
 
 private:
     template <typename T>

@@ -98,7 +98,9 @@ int runConverter(int argc, char** argv)
         writeProfile(writer);
     } else {
         TimechartManager* manager = TimechartManager::Instance();
-        // Trace markers and the names of soft interrupts and counters join the charts here.
+        // Trace markers, then the names of soft interrupts and counters, join the charts.
+        manager->inspectTraceFile();
+        manager->finalizeChartData();
         manager->writeData(writer);
     }
 

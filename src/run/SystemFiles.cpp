@@ -12,3 +12,9 @@ std::string SystemFiles::path(const char* name)
         result.pop_back();
     return result + name;
 }
+
+std::string SystemFiles::directory(const char* variable, const char* name)
+{
+    const char* value = getenv(variable);
+    return value != nullptr ? std::string(value) : path(name);
+}

@@ -14,9 +14,15 @@ public:
     static constexpr const char* softirqs = "/proc/softirqs";
     static constexpr const char* traceFile = "/sys/kernel/debug/tracing/trace";
     static constexpr const char* kmsg = "/dev/kmsg";
+    // The capture's configuration and web root, where the counter files lie.
+    static constexpr const char* zelviewConfig = "/opt/zelview/config/";
+    static constexpr const char* zelviewWww = "/opt/zelview/www/";
 
     // The path to open for one of the names above, under ZELCONV_SYSROOT when it is set.
     static std::string path(const char* name);
+    // The value of the environment variable `variable` when it is set, taken
+    // as it is (even if empty); otherwise path(name).
+    static std::string directory(const char* variable, const char* name);
 };
 
 #endif

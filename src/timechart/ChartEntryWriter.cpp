@@ -120,3 +120,17 @@ void ChartEntryWriter::counterBars(const std::vector<ChartEntryS>& series, const
         _point(format, lastTime, 0);
     close();
 }
+
+void ChartEntryWriter::events(std::vector<EventEntryS>& events)
+{
+    open();
+    for (EventEntryS& event : events) {
+        _writer.writeArrayStart(nullptr);
+        _writer.write(event.time);
+        _writer.write(event.code);
+        _writer.write(event.name);
+        _writer.write(event.args);
+        _writer.writeArrayEnd();
+    }
+    close();
+}

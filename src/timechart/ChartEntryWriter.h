@@ -42,6 +42,9 @@ public:
     // points; a closing point with value 0 ends the last bar. Nothing is
     // written when no point is.
     void counterBars(const std::vector<ChartEntryS>& series, const char* format);
+    // Trace markers, each an array of time (in the writer's number format),
+    // code, name and arguments. Writes the entry even if there is none.
+    void events(std::vector<EventEntryS>& events);
 
     // For entries whose points are not chart samples: open writes the keys
     // and opens "data", close ends both.

@@ -242,25 +242,16 @@ void ProcessChart::_outEvents(PerfJSONWriter& writer, const std::string& label, 
 {
     if (_events.empty())
         return;
-    Entry entry(writer);
-    entry.text("id", Entry::format("proc-%d-e", _pid))
+    Entry(writer)
+        .text("id", Entry::format("proc-%d-e", _pid))
         .text("name", label)
         .text("treeId", treeId)
         .text("type", "events")
         .text("class", "proc:events")
         .text("tip", "FTrace Markers")
         .number("show", show)
-        .hints("#cd5c5c", "#cd5c5c");
-    entry.open();
-    for (EventEntryS& event : _events) {
-        writer.writeArrayStart(nullptr);
-        writer.write(event.time);
-        writer.write(event.code);
-        writer.write(event.name);
-        writer.write(event.args);
-        writer.writeArrayEnd();
-    }
-    entry.close();
+        .hints("#cd5c5c", "#cd5c5c")
+        .events(_events);
 }
 
 void ProcessChart::_outCounters(PerfJSONWriter& writer, const std::string& label, unsigned int show)

@@ -1,12 +1,21 @@
 #include "TimechartManager.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <vector>
 
 #include "CPUChart.h"
+#include "GPUChart.h"
+#include "IRQChart.h"
+#include "JSOM.h"
 #include "PerfJSONWriter.h"
 #include "ProcessChart.h"
+#include "Settings.h"
+#include "SystemFiles.h"
+#include "TraceMarker.h"
 
 TimechartManager* TimechartManager::_instance = nullptr;
 
@@ -61,6 +70,38 @@ CPUChart* TimechartManager::createCPUChart(int cpu)
     return chart;
 }
 
+// Wraps rather than overflows for numbers that no device name holds.
+int TimechartManager::_gpuKey(int dimension, int device)
+{
+    return (int)((unsigned int)dimension * 10u + (unsigned int)device);
+}
+
+GPUChart* TimechartManager::getGPUChart(int dimension, int device)
+{
+    auto found = _gpuCharts.find(_gpuKey(dimension, device));
+    return found != _gpuCharts.end() ? found->second : nullptr;
+}
+
+GPUChart* TimechartManager::createGPUChart(int dimension, int device)
+{
+    GPUChart* chart = new GPUChart(dimension, device);
+    _gpuCharts[_gpuKey(dimension, device)] = chart;
+    return chart;
+}
+
+IRQChart* TimechartManager::getIRQChart(int irq)
+{
+    auto found = _irqCharts.find(irq);
+    return found != _irqCharts.end() ? found->second : nullptr;
+}
+
+IRQChart* TimechartManager::createIRQChart(int irq)
+{
+    IRQChart* chart = new IRQChart(irq);
+    _irqCharts[irq] = chart;
+    return chart;
+}
+
 ProcessChart* TimechartManager::_processChart(int pid, bool& made)
 {
     ProcessChart* chart = getProcessChart(pid);
@@ -104,6 +145,38 @@ bool TimechartManager::addValueToCPUChart(unsigned long long time, int cpu, int 
     if (made)
         chart = createCPUChart(cpu);
     chart->addValue(time, kind, value);
+    return made;
+}
+
+// Two pairs with the same key (3,10 and 4,0) share the chart made first.
+bool TimechartManager::addStatusToGPUChart(unsigned long long time, int dimension, int device, int status,
+                                           unsigned int sub)
+{
+    GPUChart* chart = getGPUChart(dimension, device);
+    const bool made = chart == nullptr;
+    if (made)
+        chart = createGPUChart(dimension, device);
+    chart->addStatus(time, status, sub);
+    return made;
+}
+
+bool TimechartManager::addValueToIRQChart(unsigned long long time, int irq, int value, int cpu)
+{
+    if (!_isCpu(cpu))
+        return false;
+    IRQChart* chart = getIRQChart(irq);
+    const bool made = chart == nullptr;
+    if (made)
+        chart = createIRQChart(irq);
+    chart->addValue(time, value, cpu);
+    return made;
+}
+
+bool TimechartManager::addEvent(double time, int pid, unsigned int code, std::string& name, std::string& args)
+{
+    bool made;
+    _processChart(pid, made)->addEvent(time, code, name, args);
+    _eventChart.addEvent(time, code, name, args);
     return made;
 }
 
@@ -206,9 +279,10 @@ void TimechartManager::writeData(PerfJSONWriter& writer)
     writer.writeStructStart();
     writer.writeArrayStart("entries");
     outCPUCharts(writer);
-    // The GPU and interrupt charts' entries follow the CPU charts' here.
+    outGPUCharts(writer);
+    outIRQCharts(writer);
     outProcessCharts(writer);
-    // The list of all trace markers ends the entries.
+    outEventChart(writer);
     writer.writeArrayEnd();
     writer.writeStructEnd();
 }
@@ -217,6 +291,23 @@ void TimechartManager::outCPUCharts(PerfJSONWriter& writer)
 {
     for (auto& [cpu, chart] : _cpuCharts)
         chart->outCPUChart(writer);
+}
+
+void TimechartManager::outGPUCharts(PerfJSONWriter& writer)
+{
+    for (auto& [key, chart] : _gpuCharts)
+        chart->outGPUChart(writer);
+}
+
+void TimechartManager::outIRQCharts(PerfJSONWriter& writer)
+{
+    for (auto& [irq, chart] : _irqCharts)
+        chart->outIRQChart(writer);
+}
+
+void TimechartManager::outEventChart(PerfJSONWriter& writer)
+{
+    _eventChart.outEventChart(writer);
 }
 
 // One sort on the parent pid, not a walk of the process tree: a child may
@@ -236,4 +327,137 @@ void TimechartManager::outProcessCharts(PerfJSONWriter& writer)
 bool comparePPids(ProcessChart* a, ProcessChart* b)
 {
     return a->_ppid < b->_ppid;
+}
+
+// The file is read as it stands when the run ends: markers reach the document
+// only if the machine's trace buffer still holds them. No file, no markers.
+void TimechartManager::inspectTraceFile()
+{
+    std::ifstream file(SystemFiles::path(SystemFiles::traceFile));
+    if (!file.is_open())
+        return;
+    std::string line;
+    TraceMarker marker;
+    while (std::getline(file, line))
+        if (marker.parse(line))
+            addEvent(marker.time, marker.pid, marker.code, marker.name, marker.args);
+}
+
+void TimechartManager::finalizeChartData()
+{
+    _readSoftIrqNames();
+    _readCounterCodes();
+}
+
+// A header line, then one line per vector in vector order, each starting
+// with the vector's name and a colon: "          HI:   0   0".
+void TimechartManager::_readSoftIrqNames()
+{
+    std::ifstream file(SystemFiles::path(SystemFiles::softirqs));
+    if (!file.is_open()) {
+        fputs("Error: /proc/softirqs doesn't exist.\n", stderr);
+        return;
+    }
+    std::string line;
+    if (!std::getline(file, line))
+        return;
+    for (int vector = 0;; vector++) {
+        std::getline(file, line);
+        if (line.empty())
+            break;
+        // A line of blanks alone gives an empty name.
+        const size_t start = std::min(line.find_first_not_of(' '), line.size());
+        const size_t end = line.find_first_of(": ", start);
+        addSirqName(vector, line.substr(start, end == std::string::npos ? end : end - start).c_str());
+        if (!file.good())
+            break;
+    }
+}
+
+// The active-counters file holds one raw counter code a line: the cycle
+// counter, a line skipped, the four level-one counters, a line skipped, and
+// on all but developer builds the two level-two counters and a line skipped.
+// An empty line ends its group's reading. A counter left "ffffffff" is not
+// in use, and its series is not written.
+void TimechartManager::_readCounterCodes()
+{
+    static const char* const kUnused = "ffffffff";
+    _cycleCounterName = kUnused;
+    for (std::string& name : _l1CounterNames)
+        name = kUnused;
+    for (std::string& name : _l2CounterNames)
+        name = kUnused;
+
+    // The default directory ends in a slash, and a second one follows it.
+    std::ifstream file(SystemFiles::directory("ZELVIEW_CONFIG", SystemFiles::zelviewConfig) +
+                       "/plotx/activeCounters");
+    if (!file.is_open())
+        return;
+    std::string line;
+    std::getline(file, _cycleCounterName);
+    std::getline(file, line);
+    if (file.good()) {
+        for (std::string& name : _l1CounterNames) {
+            std::getline(file, line);
+            if (line.empty())
+                break;
+            name = line;
+            if (!file.good())
+                break;
+        }
+        // Only reached with all four read: the line after them is skipped.
+        if (file.good() && !line.empty())
+            std::getline(file, line);
+    }
+    const char* build = getenv("BUILD_TYPE");
+    if (build != nullptr && std::string(build) != "developer" && file.good()) {
+        for (std::string& name : _l2CounterNames) {
+            std::getline(file, line);
+            if (line.empty())
+                break;
+            name = line;
+            if (!file.good())
+                break;
+        }
+        if (file.good() && !line.empty())
+            std::getline(file, line);
+    }
+    file.close();
+    _nameCounters();
+}
+
+// The counter-types document names the codes: "items"[i] has "info" with the
+// "raw perf code" (any case), "inputs"[0]."event_type" (4 for the level-one
+// group, 6 for the level-two one) and "name". Only the document's codes are
+// lower-cased, so the active-counters lines match only in lower case. The
+// cycle counter keeps its raw code.
+void TimechartManager::_nameCounters()
+{
+    const std::string path =
+        SystemFiles::directory("DOCUMENT_ROOT", SystemFiles::zelviewWww) + "/configx/cfgx-types.json";
+    loomstat::JSOM document;
+    // A file that does not load leaves no items: the raw codes stay.
+    const bool loaded = document.fromFile(path.c_str()).isValid();
+    loomstat::JSOM items = loaded ? document["items"] : loomstat::JSOM();
+    for (int i = 0; i < items.size(); i++) {
+        loomstat::JSOM item = items[i];
+        loomstat::JSOM info = item["info"];
+        if (!info.isValid() || !info["raw perf code"].isValid())
+            continue;
+        std::string code = info["raw perf code"].stringValue(loomstat::JSOM::EMPTY_STRING);
+        for (char& c : code)
+            c = (char)tolower((unsigned char)c);
+        const int64_t group = item["inputs"][0]["event_type"].longValue(0);
+        std::string* names = group == 4 ? _l1CounterNames : group == 6 ? _l2CounterNames : nullptr;
+        const unsigned int count = group == 4 ? 4 : 2;
+        if (names == nullptr)
+            continue;
+        for (unsigned int k = 0; k < count; k++) {
+            if (names[k] != code)
+                continue;
+            names[k] = item["name"].stringValue(loomstat::JSOM::EMPTY_STRING);
+            if (gVerbosity != 0)
+                printf("l%d[%u] %s => %s\n", group == 4 ? 1 : 2, k, code.c_str(), names[k].c_str());
+        }
+    }
 }

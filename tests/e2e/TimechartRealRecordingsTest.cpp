@@ -18,6 +18,7 @@ TEST_P(TimechartRealRecordings, ConvertWithoutEntriesOrComplaint)
     if (!std::filesystem::exists(file))
         GTEST_SKIP() << "real recording not found: " << file;
     ConverterRun run;
+    run.systemFile("/proc/softirqs", "        CPU0\n      HI:     0\n   TIMER:   120\n");
     RunResult r = run.run({"-t", "-i", file, "-o", run.path("x.json")}, "x.json");
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.err, "");

@@ -169,6 +169,7 @@ TEST(TimechartRealTrace, SwitchesMatchWhatPerfScriptPrints)
         repacked.tracepoint(s.ip, s.pid, s.tid, s.time, s.cpu, s.raw);
     run.input(repacked);
     run.env("kern_ver", "6.1").env("ARM64", "y");
+    run.systemFile("/proc/softirqs", readFile("/proc/softirqs"));
     RunResult r = run.run({"-t", "-r"});
     ASSERT_EQ(r.status, 0) << r.err;
     ASSERT_EQ(r.err, "");

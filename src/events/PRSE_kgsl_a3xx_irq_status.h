@@ -1,0 +1,15 @@
+// "kgsl:kgsl_a3xx_irq_status": a GPU interrupt. The two completion
+// interrupts, IB1 and RB, are told apart; any other status word, a
+// combination of both included, is charted as the third kind.
+#ifndef ZELCONV_PRSE_KGSL_A3XX_IRQ_STATUS_H
+#define ZELCONV_PRSE_KGSL_A3XX_IRQ_STATUS_H
+
+#include "PerfRecordSampleEvent.h"
+
+class PRSE_kgsl_a3xx_irq_status : public PerfRecordSampleEvent {
+public:
+    explicit PRSE_kgsl_a3xx_irq_status(PerfRecordSampleEventS* record);
+    static PerfRecord* factory(char* record);
+};
+
+#endif

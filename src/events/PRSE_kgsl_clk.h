@@ -1,0 +1,16 @@
+// "kgsl:kgsl_clk": the core clock of a GPU core switched off (0) or on (1). The
+// switches form one power ladder: each adds its state to its own base, so a
+// rung is reached from above by one switch going off and from below by the
+// next going on. A flag other than 0 or 1 lands wherever the sum does.
+#ifndef ZELCONV_PRSE_KGSL_CLK_H
+#define ZELCONV_PRSE_KGSL_CLK_H
+
+#include "PerfRecordSampleEvent.h"
+
+class PRSE_kgsl_clk : public PerfRecordSampleEvent {
+public:
+    explicit PRSE_kgsl_clk(PerfRecordSampleEventS* record);
+    static PerfRecord* factory(char* record);
+};
+
+#endif

@@ -1,0 +1,15 @@
+// "irq:softirq_entry": a soft interrupt starts. Charted as interrupt 1000 plus
+// its vector; the CPU chart is not touched, and the name comes later from
+// the machine's table of soft interrupts.
+#ifndef ZELCONV_PRSE_SOFTIRQ_ENTRY_H
+#define ZELCONV_PRSE_SOFTIRQ_ENTRY_H
+
+#include "PerfRecordSampleEvent.h"
+
+class PRSE_softirq_entry : public PerfRecordSampleEvent {
+public:
+    explicit PRSE_softirq_entry(PerfRecordSampleEventS* record);
+    static PerfRecord* factory(char* record);
+};
+
+#endif

@@ -1,0 +1,28 @@
+#include "PRSE_softirq_exit.h"
+
+#include "EventPayload.h"
+#include "PerfRecordSampleFactoryRegister.h"
+#include "TimechartManager.h"
+
+static PerfRecordSampleFactoryRegister f("irq:softirq_exit", PRSE_softirq_exit::factory);
+
+namespace {
+
+const size_t kVector = 0;
+
+}  // namespace
+
+PRSE_softirq_exit::PRSE_softirq_exit(PerfRecordSampleEventS* record) : PerfRecordSampleEvent(record)
+{
+    const EventPayload payload(record);
+    TimechartManager::Instance()->addValueToIRQChart(
+        payload.time(), (int)(payload.u32(kVector) + (uint32_t)TimechartManager::kSoftIrqBase), 0,
+        (int)payload.cpu());
+}
+
+PerfRecord* PRSE_softirq_exit::factory(char* record)
+{
+    if (record == nullptr)
+        return nullptr;
+    return new PRSE_softirq_exit(reinterpret_cast<PerfRecordSampleEventS*>(record));
+}
