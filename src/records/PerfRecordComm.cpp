@@ -19,6 +19,7 @@ std::map<uint32_t, PerfRecordComm*> PerfRecordComm::_mapOfPid;
 std::map<uint32_t, PerfRecordComm*> PerfRecordComm::_mapOfTid;
 PerfRecordComm PerfRecordComm::_kernelArea(0, 0, "kernel");
 PerfRecordComm PerfRecordComm::_lostAndFound(0xFFFFFFFF, 0xFFFFFFFF, "lostAndFound");
+bool PerfRecordComm::_initDone = false;
 
 static PerfAddFactory commFactory(3, "comm", PerfRecordComm::createInstance);
 
@@ -70,9 +71,8 @@ void PerfRecordComm::show()
 // name is read no further than the record buffer reaches.
 PerfRecord* PerfRecordComm::createInstance(char* buffer)
 {
-    static bool initDone = false;
-    if (!initDone) {
-        initDone = true;
+    if (!_initDone) {
+        _initDone = true;
         new PerfRecordComm(1, 1, "*init*");
     }
     uint32_t pid;

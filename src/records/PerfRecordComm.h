@@ -45,6 +45,8 @@ public:
     static std::map<uint32_t, PerfRecordComm*> _mapOfTid;
     static PerfRecordComm _kernelArea;
     static PerfRecordComm _lostAndFound;
+    // Whether the "*init*" entry of pid 1 was made, which the first COMM record does.
+    static bool _initDone;
 
 private:
     static char* _copyName(const char* name);
