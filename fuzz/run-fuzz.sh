@@ -3,6 +3,7 @@
 #
 #   fuzz/run-fuzz.sh TARGET SECONDS [libFuzzer options...]
 #
+# Targets: json_parse_fuzz, record_walk_fuzz, symbol_list_fuzz.
 # Seeds come from fuzz/seeds/NAME/; new inputs go to fuzz/corpus-TARGET/,
 # which is not tracked, and crash files to fuzz/corpus-TARGET-artifacts/.
 set -euo pipefail
@@ -20,6 +21,17 @@ shift 2
 case "$target" in
   json_parse_fuzz) seeds=json ;;
   *) seeds=${target%_fuzz} ;;
+esac
+
+# Limits by target. The converter's targets keep inputs small, so that each
+# run costs little and the converter's lasting tables (emptied after every
+# input) stay small; the memory limit catches an input whose cost runs away.
+# Their standard output is closed too: the converter reports there.
+# Options given on the command line come later and win.
+case "$target" in
+  record_walk_fuzz) limits=(-max_len=8192 -rss_limit_mb=2048 -timeout=20 -close_fd_mask=3) ;;
+  symbol_list_fuzz) limits=(-max_len=4096 -rss_limit_mb=2048 -timeout=20 -close_fd_mask=3) ;;
+  *) limits=() ;;
 esac
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -40,4 +52,4 @@ mkdir -p "$corpus" "$artifacts"
 # Standard error of the target is closed (-close_fd_mask=2): the code under
 # test reports syntax errors there. Sanitizer reports still come through.
 exec "$build/fuzz/$target" -max_total_time="$seconds" -close_fd_mask=2 -print_final_stats=1 \
-  -artifact_prefix="$artifacts/" "$@" "$corpus" "$seed_dir"
+  -artifact_prefix="$artifacts/" ${limits[@]+"${limits[@]}"} "$@" "$corpus" "$seed_dir"
