@@ -59,6 +59,39 @@ inline std::string switchWithCounters(int32_t prevPid, int32_t nextPid, uint32_t
     return out;
 }
 
+// A raw area with the common header's pid set, which the GPU wait and issue events read.
+inline std::string raw(uint16_t commonType, int32_t commonPid, const std::string& payload, bool kernel310)
+{
+    std::string area = B::rawArea(commonType, payload, kernel310);
+    return area.replace(4, 4, B::u32((uint32_t)commonPid));
+}
+
+// A payload whose field at `at` is a location word for `text`, which follows
+// the payload's `fields`; the word counts from the raw area's start.
+inline std::string withText(const std::string& fields, size_t at, const std::string& text, bool kernel310)
+{
+    const uint32_t where = (uint32_t)((kernel310 ? 8 : 12) + fields.size());
+    std::string out = fields;
+    out.replace(at, 4, B::u32(where | (uint32_t)(text.size() + 1) << 16));
+    return out + text + std::string(1, '\0');
+}
+
+inline std::string irqEntry(int32_t irq, const std::string& name, bool kernel310)
+{
+    return withText(B::u32((uint32_t)irq) + B::u32(0), 4, name, kernel310);
+}
+
+// A kgsl event: the device name's location word, then the fields from payload offset 4 on.
+inline std::string kgsl(const std::string& device, const std::string& fields, bool kernel310)
+{
+    return withText(B::u32(0) + fields, 0, device, kernel310);
+}
+
+inline std::string issue(uint32_t flags, uint32_t result, uint32_t contextType, bool kernel310)
+{
+    return kgsl("kgsl-3d0", std::string(16, '\0') + B::u32(flags) + B::u32(result) + B::u32(contextType), kernel310);
+}
+
 // Thread flag of the clone flags.
 const uint32_t kCloneThread = 0x10000;
 
