@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "FileNames.h"
@@ -12,35 +13,16 @@
 
 namespace {
 
-// Parses a command line in-process and puts every setting back afterwards.
+// Every setting an option can change, saved before a test and put back after it.
+#define OPTION_SETTINGS                                                                                        \
+    addJSONWhiteSpace, addJSONLabels, gReadable, timeConversionType, timestampScaler, timestampOffset, baseTime, \
+        gtodAtStart, gtodAtStop, gSelectiveProcessing, gFirstTimestampToProcess, gLastTimestampToProcess,         \
+        gVerbosity, symPath, FileNames::_ogProtocol, PerfFoundation::_bypassDestructor
+
+// Parses a command line in-process.
 class OptionParsing : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        saved = {addJSONWhiteSpace, addJSONLabels, gReadable, timeConversionType, timestampScaler,
-                 timestampOffset, baseTime, gtodAtStart, gtodAtStop, gSelectiveProcessing,
-                 gFirstTimestampToProcess, gLastTimestampToProcess, gVerbosity, symPath,
-                 FileNames::_ogProtocol, PerfFoundation::_bypassDestructor};
-    }
-    void TearDown() override
-    {
-        addJSONWhiteSpace = saved.whiteSpace;
-        addJSONLabels = saved.labels;
-        gReadable = saved.readable;
-        timeConversionType = saved.conversion;
-        timestampScaler = saved.scaler;
-        timestampOffset = saved.offset;
-        baseTime = saved.base;
-        gtodAtStart = saved.start;
-        gtodAtStop = saved.stop;
-        gSelectiveProcessing = saved.selective;
-        gFirstTimestampToProcess = saved.first;
-        gLastTimestampToProcess = saved.last;
-        gVerbosity = saved.verbosity;
-        symPath = saved.path;
-        FileNames::_ogProtocol = saved.protocol;
-        PerfFoundation::_bypassDestructor = saved.bypass;
-    }
+    void TearDown() override { std::tie(OPTION_SETTINGS) = saved; }
 
     void parse(std::vector<std::string> args)
     {
@@ -53,16 +35,7 @@ protected:
         parseOptions((int)args.size(), argv.data());
     }
 
-    struct {
-        bool whiteSpace, labels, readable;
-        int32_t conversion;
-        double scaler, offset, base, start, stop;
-        bool selective;
-        uint64_t first, last;
-        uint32_t verbosity;
-        std::string path, protocol;
-        bool bypass;
-    } saved;
+    decltype(std::make_tuple(OPTION_SETTINGS)) saved = std::make_tuple(OPTION_SETTINGS);
 };
 
 }  // namespace
