@@ -9,6 +9,8 @@
 //   bit 1  kernel version 3.10 (else 3.4): where the trace-point payload starts
 //   bit 2  ARM64=y: the 64-bit layouts of the scheduler decoders
 //   bit 3  -I: the first back-trace entry is skipped
+//   bit 4  verbosity 1 (-v 1), or 2 with bit 5 as well: the diagnostics on
+//          standard output, which run-fuzz.sh closes
 //
 // Inputs skipped on purpose:
 // - an empty image: the program ends at once with "Invalid In File";
@@ -118,6 +120,7 @@ void convert(uint8_t options, const std::string& image)
     kern_ver = (options & 2) != 0 ? 310 : 304;
     is64 = (options & 4) != 0;
     gRmFirstInterrupt = (options & 8) != 0;
+    gVerbosity = (options & 16) != 0 ? 1 + ((options >> 5) & 1) : 0;
 
     // The locals of a run: the first map takes key 1, the default table is the first table.
     PerfMemoryReader reader(image);

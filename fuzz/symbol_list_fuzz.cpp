@@ -6,6 +6,8 @@
 //   bit 0  the kernel's list: the text becomes the sandbox's /proc/kallsyms
 //          and is read under that name, as a profile run reads it (else an
 //          nm listing in a file of its own)
+//   bit 1  verbosity 1: the parser's diagnostics on standard output, which
+//          run-fuzz.sh closes
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -13,6 +15,7 @@
 #include "FileNames.h"
 #include "FuzzSupport.h"
 #include "PerfJSONWriter.h"
+#include "Settings.h"
 #include "SymbolTable.h"
 #include "SymbolTableElement.h"
 #include "SystemFiles.h"
@@ -62,6 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (size < 1)
         return -1;
     const bool kernel = (data[0] & 1) != 0;
+    gVerbosity = (data[0] & 2) != 0 ? 1 : 0;
     const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
     FileNames::createEmptyRef();
     {
