@@ -15,16 +15,28 @@
 
 class EventWalk : public TimechartFixture {
 protected:
-    static void walk(const PerfDataBuilder& builder)
+    // Reads the file header and the event table; the reader stays after the table.
+    static PerfRecordHeaderS readTable(PerfMemoryReader& reader)
     {
-        PerfMemoryReader reader(builder.bytes());
         reader.open("memory");
         PerfRecordHeaderS header;
         memset(&header, 0, sizeof header);
         reader.read((char*)&header, (int)sizeof header);
         PerfRecordSampleEvent::readEvents(reader, &header);
-        reader.seek((int)(uint32_t)header.dataOffset);
+        return header;
+    }
+
+    static void walk(const PerfDataBuilder& builder)
+    {
+        PerfMemoryReader reader(builder.bytes());
+        reader.seek((int)(uint32_t)readTable(reader).dataOffset);
         walkRecords(reader);
+    }
+
+    // A trace-point sample of task `pid` at `tenths` of a second.
+    static PerfDataBuilder& at(PerfDataBuilder& b, int tenths, uint32_t cpu, const std::string& raw, uint32_t pid = 1)
+    {
+        return b.tracepoint(0, pid, pid, (uint64_t)tenths * 100000000ull, cpu, raw);
     }
 };
 

@@ -33,14 +33,6 @@ B withEventTable()
     return b;
 }
 
-std::string samples(const std::vector<ChartEntryS>& series)
-{
-    std::string out;
-    for (const ChartEntryS& s : series)
-        out += (out.empty() ? "" : " ") + std::to_string((int)(s.time * 10 + 0.5)) + ":" + std::to_string(s.value);
-    return out;
-}
-
 // Both layouts: kern_ver 309 (12-byte common header) and 310 (8 bytes).
 class InterruptAndGpuDecoders : public EventWalk, public testing::WithParamInterface<int> {
 protected:

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <tuple>
-#include <vector>
 
 #include "CPUChart.h"
 #include "EventWalk.h"
@@ -26,16 +24,19 @@ B withEventTable()
         .eventType(kCounters, "perf_trace_counters:sched_switch_with_ctrs");
 }
 
-std::string samples(const std::vector<ChartEntryS>& series)
+// A raw area of the 3.10 layout.
+std::string raw(uint16_t type, const std::string& body)
 {
-    std::string out;
-    for (const ChartEntryS& s : series)
-        out += (out.empty() ? "" : " ") + std::to_string((int)(s.time * 10)) + ":" + std::to_string(s.value);
-    return out;
+    return B::rawArea(type, body, true);
 }
 
 class SchedulerDecoders : public EventWalk {
 protected:
+    void SetUp() override
+    {
+        EventWalk::SetUp();
+        kern_ver = 310;
+    }
     ProcessChart& process(int pid)
     {
         ProcessChart* chart = manager().getProcessChart(pid);
@@ -50,124 +51,84 @@ protected:
     }
 };
 
-// prev_state of the task switched out, and whether it shows as waiting for I/O.
-class PreviousState : public SchedulerDecoders, public testing::WithParamInterface<std::tuple<uint32_t, bool>> {};
-
-TEST_P(PreviousState, OnlyUninterruptibleSleepIsToldApart)
+// One switch from 8411 in a previous state to 8412 on CPU 3, laid out for
+// kern_ver and ARM64 as given; only uninterruptible sleep (bit 2) shows as
+// waiting for I/O. A 64-bit layout always has the short common header.
+TEST_F(SchedulerDecoders, SwitchStatesAndLayouts)
 {
-    auto [state, io] = GetParam();
-    kern_ver = 310;
-    walk(withEventTable().tracepoint(0, 8401, 8401, 1000000000, 1,
-                                     B::rawArea(kSwitch, payload::schedSwitch(8401, state, 8402), true)));
-    EXPECT_EQ(samples(process(8401)._waitIo), io ? "10:1" : "10:0");
-    EXPECT_EQ(samples(process(8401)._running[1]), "10:0");
-    EXPECT_EQ(samples(process(8402)._running[1]), "10:1");
+    const struct {
+        int version;
+        bool wide;
+        uint32_t state;
+        bool io;
+    } cases[] = {{310, false, 0, false}, {310, false, 1, false},         {310, false, 2, true}, {310, false, 3, true},
+                 {310, false, 130, true}, {310, false, 0x80000000u, false}, {304, false, 2, true}, {309, false, 2, true},
+                 {418, false, 2, true},   {309, true, 2, true},             {510, true, 2, true}};
+    for (const auto& c : cases) {
+        TimechartManager::discardInstance();
+        kern_ver = c.version;
+        is64 = c.wide;
+        const std::string body = c.wide ? payload::schedSwitch64(8411, c.state, 8412)
+                                        : payload::schedSwitch(8411, c.state, 8412);
+        walk(withEventTable().tracepoint(0, 8411, 8411, 2000000000, 3,
+                                         B::rawArea(kSwitch, body, c.wide || c.version >= 310)));
+        SCOPED_TRACE(std::to_string(c.version) + (c.wide ? " wide " : " ") + std::to_string(c.state));
+        EXPECT_EQ(samples(process(8412)._running[3]), "20:1");
+        EXPECT_EQ(samples(process(8411)._running[3]), "20:0");
+        EXPECT_EQ(samples(process(8411)._waitIo), c.io ? "20:1" : "20:0");
+        EXPECT_EQ(busy(3), "20:1");
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(States, PreviousState,
-                         testing::Values(std::make_tuple(0u, false), std::make_tuple(1u, false),
-                                         std::make_tuple(2u, true), std::make_tuple(3u, true),
-                                         std::make_tuple(130u, true), std::make_tuple(0x80000000u, false)));
-
-// kern_ver, ARM64, and whether the switch is laid out for a 64-bit kernel.
-class SwitchLayouts : public SchedulerDecoders, public testing::WithParamInterface<std::tuple<int, bool>> {};
-
-TEST_P(SwitchLayouts, FieldsAreFoundInEveryLayout)
+// A task that left CPU 0 through its own switch has not migrated from it.
+// A switch to the idle task looks for no migration, but the idle task's own
+// chart still gives the lowest other CPU that last ran it a 0.
+TEST_F(SchedulerDecoders, MigrationsAndTheIdleTask)
 {
-    auto [version, wide] = GetParam();
-    kern_ver = version;
-    is64 = wide;
-    // A 64-bit layout always has the short common header, whatever kern_ver says.
-    const bool shortHeader = wide || version >= 310;
-    const std::string body = wide ? payload::schedSwitch64(8411, 2, 8412) : payload::schedSwitch(8411, 2, 8412);
-    walk(withEventTable().tracepoint(0, 8411, 8411, 2000000000, 3, B::rawArea(kSwitch, body, shortHeader)));
-    EXPECT_EQ(samples(process(8412)._running[3]), "20:1");
-    EXPECT_EQ(samples(process(8411)._waitIo), "20:1");
-    EXPECT_EQ(busy(3), "20:1");
-}
-
-INSTANTIATE_TEST_SUITE_P(KernelsAndWidths, SwitchLayouts,
-                         testing::Values(std::make_tuple(304, false), std::make_tuple(309, false),
-                                         std::make_tuple(310, false), std::make_tuple(418, false),
-                                         std::make_tuple(309, true), std::make_tuple(510, true)));
-
-TEST_F(SchedulerDecoders, TaskLeftThroughItsOwnSwitchIsNotAMigration)
-{
-    kern_ver = 310;
-    walk(withEventTable()
-             .tracepoint(0, 0, 0, 1000000000, 0, B::rawArea(kSwitch, payload::schedSwitch(0, 0, 8422), true))
-             .tracepoint(0, 8422, 8422, 1500000000, 0, B::rawArea(kSwitch, payload::schedSwitch(8422, 1, 0), true))
-             .tracepoint(0, 0, 0, 2000000000, 2, B::rawArea(kSwitch, payload::schedSwitch(0, 0, 8422), true)));
+    B b = withEventTable();
+    at(b, 10, 0, raw(kSwitch, payload::schedSwitch(0, 0, 8422)));
+    at(b, 15, 0, raw(kSwitch, payload::schedSwitch(8422, 1, 0)));
+    at(b, 20, 2, raw(kSwitch, payload::schedSwitch(0, 0, 8422)));
+    at(b, 30, 1, raw(kSwitch, payload::schedSwitch(8431, 0, 0)));
+    walk(b);
     EXPECT_EQ(samples(process(8422)._running[0]), "10:1 15:0");
     EXPECT_EQ(samples(process(8422)._running[2]), "20:1");
     EXPECT_EQ(busy(0), "10:1 15:0");
     EXPECT_EQ(busy(2), "20:1");
+    EXPECT_EQ(busy(1), "30:0");
+    EXPECT_EQ(samples(process(0)._running[1]), "15:0 30:1");
+    EXPECT_EQ(samples(process(0)._running[0]), "10:0 15:1 30:0");
 }
 
-TEST_F(SchedulerDecoders, SwitchToTheIdleTaskLooksForNoMigration)
+// A new thread takes its creator as parent; other tasks keep their own pid.
+// Names from new tasks are weak, and a rename wins in either order.
+TEST_F(SchedulerDecoders, NewTasksAndRenames)
 {
-    kern_ver = 310;
-    // Every CPU starts with pid 0 as its last task; the idle task's own row on
-    // CPU 0 still gets the 0 of a "migration" through its chart.
-    walk(withEventTable().tracepoint(0, 8431, 8431, 1000000000, 1,
-                                     B::rawArea(kSwitch, payload::schedSwitch(8431, 0, 0), true)));
-    EXPECT_EQ(busy(1), "10:0");
-    EXPECT_EQ(busy(0), "none");
-    EXPECT_EQ(samples(process(0)._running[1]), "10:1");
-    EXPECT_EQ(samples(process(0)._running[0]), "10:0");
-}
-
-TEST_F(SchedulerDecoders, SwitchOnACpuBeyondTheTablesIsDropped)
-{
-    kern_ver = 310;
-    walk(withEventTable()
-             .tracepoint(0, 0, 0, 1000000000, 0, B::rawArea(kSwitch, payload::schedSwitch(0, 0, 8441), true))
-             .tracepoint(0, 0, 0, 2000000000, 16, B::rawArea(kSwitch, payload::schedSwitch(0, 0, 8441), true))
-             .tracepoint(0, 0, 0, 2000000000, 0xFFFFFFFFu, B::rawArea(kSwitch, payload::schedSwitch(0, 0, 8441), true)));
-    EXPECT_EQ(samples(process(8441)._running[0]), "10:1");
-    EXPECT_EQ(busy(0), "10:1");
-    EXPECT_EQ(busy(16), "none");
-    EXPECT_EQ(manager()._cpuCharts.size(), 1u);
-}
-
-TEST_F(SchedulerDecoders, NewThreadTakesItsCreatorAsParentAndNamesAreWeak)
-{
-    kern_ver = 310;
-    walk(withEventTable()
-             .tracepoint(0, 8460, 8460, 1000000000, 0,
-                         B::rawArea(kNewtask, payload::taskNewtask(8461, "worker", payload::kCloneThread | 0x100), true))
-             .tracepoint(0, 8460, 8460, 1000000000, 0,
-                         B::rawArea(kNewtask, payload::taskNewtask(8462, "child", 0x100), true))
-             .tracepoint(0, 8460, 8460, 1000000000, 0,
-                         B::rawArea(kNewtask, payload::taskNewtask(8462, "again", 0), true)));
+    B b = withEventTable();
+    at(b, 10, 0, raw(kNewtask, payload::taskNewtask(8461, "worker", payload::kCloneThread | 0x100)), 8460);
+    at(b, 10, 0, raw(kNewtask, payload::taskNewtask(8462, "child", 0x100)), 8460);
+    at(b, 10, 0, raw(kNewtask, payload::taskNewtask(8462, "again", 0)), 8460);
+    at(b, 11, 0, raw(kRename, payload::taskRename(8461, "worker", "renamed")));
+    at(b, 12, 0, raw(kRename, payload::taskRename(8482, "a", "first")));
+    at(b, 13, 0, raw(kNewtask, payload::taskNewtask(8482, "late", 0)));
+    walk(b);
     EXPECT_EQ(process(8461)._ppid, 8460);
-    EXPECT_EQ(process(8461)._name, "worker");
+    EXPECT_EQ(process(8461)._name, "renamed");
     EXPECT_EQ(process(8462)._ppid, 8462);
     EXPECT_EQ(process(8462)._name, "child");
-}
-
-TEST_F(SchedulerDecoders, RenameWinsInEitherOrder)
-{
-    kern_ver = 310;
-    walk(withEventTable()
-             .tracepoint(0, 1, 1, 1000000000, 0, B::rawArea(kNewtask, payload::taskNewtask(8481, "new", 0), true))
-             .tracepoint(0, 1, 1, 1100000000, 0, B::rawArea(kRename, payload::taskRename(8481, "new", "renamed"), true))
-             .tracepoint(0, 1, 1, 1200000000, 0, B::rawArea(kRename, payload::taskRename(8482, "a", "first"), true))
-             .tracepoint(0, 1, 1, 1300000000, 0, B::rawArea(kNewtask, payload::taskNewtask(8482, "late", 0), true)));
-    EXPECT_EQ(process(8481)._name, "renamed");
     EXPECT_EQ(process(8482)._name, "first");
 }
 
+// The counter event has one layout, whose start follows kern_ver even with
+// ARM64. The first sample on CPU 1 is dropped; its incoming half (zeros) is kept.
 TEST_F(SchedulerDecoders, CountersCloseTheOutgoingSpanAndOpenTheIncomingAtZero)
 {
     kern_ver = 309;
-    is64 = true;  // the counter event has one layout, whose start follows kern_ver
-    walk(withEventTable()
-             .tracepoint(0, 1, 1, 1000000000, 1,
-                         B::rawArea(kCounters, payload::switchWithCounters(8491, 8492, 100, {1, 2, 3, 4}, {5, 6})))
-             .tracepoint(0, 1, 1, 2000000000, 1,
-                         B::rawArea(kCounters, payload::switchWithCounters(8492, 8491, 200, {7, 8, 9, 10}, {11, 12}))));
-    // The first sample on CPU 1 is dropped; its incoming half (zeros) is kept.
+    is64 = true;
+    B b = withEventTable();
+    at(b, 10, 1, B::rawArea(kCounters, payload::switchWithCounters(8491, 8492, 100, {1, 2, 3, 4}, {5, 6})));
+    at(b, 20, 1, B::rawArea(kCounters, payload::switchWithCounters(8492, 8491, 200, {7, 8, 9, 10}, {11, 12})));
+    walk(b);
     EXPECT_EQ(samples(process(8491)._cycleCounter), "20:0");
     EXPECT_EQ(samples(process(8492)._cycleCounter), "10:0 20:200");
     EXPECT_EQ(samples(process(8492)._l1Counters[3]), "10:0 20:10");
@@ -176,17 +137,17 @@ TEST_F(SchedulerDecoders, CountersCloseTheOutgoingSpanAndOpenTheIncomingAtZero)
 
 TEST_F(SchedulerDecoders, VerboseRunNamesTheTaskDecoders)
 {
-    kern_ver = 310;
     is64 = true;
     gVerbosity = 1;
+    B b = withEventTable();
+    at(b, 10, 0, raw(kNewtask, payload::taskNewtask64(8495, "n", 0)));
+    at(b, 10, 0, raw(kRename, payload::taskRename(8495, "n", "m")));
     testing::internal::CaptureStdout();
-    walk(withEventTable()
-             .tracepoint(0, 1, 1, 1000000000, 0, B::rawArea(kNewtask, payload::taskNewtask64(8495, "n", 0), true))
-             .tracepoint(0, 1, 1, 1000000000, 0, B::rawArea(kRename, payload::taskRename(8495, "n", "m"), true)));
+    walk(b);
     const std::string out = testing::internal::GetCapturedStdout();
-    EXPECT_NE(out.find("PRSE: Found task_newtask_64\n"), std::string::npos);
-    EXPECT_NE(out.find("PRSE: Found task_rename\n"), std::string::npos);
-    EXPECT_NE(out.find("findFunction64 cmp task:task_newtask:task:task_newtask\n"), std::string::npos);
+    for (const char* line : {"PRSE: Found task_newtask_64\n", "PRSE: Found task_rename\n",
+                             "findFunction64 cmp task:task_newtask:task:task_newtask\n"})
+        EXPECT_NE(out.find(line), std::string::npos) << line;
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "CPUChart.h"
 #include "ProcessChart.h"
@@ -11,16 +10,11 @@ namespace {
 
 class TimechartManagerTest : public TimechartFixture {};
 
-TEST_F(TimechartManagerTest, HandOverStateStartsAtZero)
-{
-    for (int cpu = 0; cpu < TimechartManager::kCpus; cpu++) {
-        EXPECT_EQ(manager()._lastPid[cpu], 0);
-        EXPECT_EQ(manager().getLastStateForCPU(cpu), 0);
-        EXPECT_FALSE(manager()._counterStarted[cpu]);
-    }
-}
-
-TEST_F(TimechartManagerTest, MigrationLooksAtOtherCpusLowestFirst)
+// The hand-over state of each CPU: the last pid, where migrations look at
+// the other CPUs lowest first, and the busy state, which starts at zero and
+// is saved only from an existing chart (saving makes none). A CPU beyond the
+// tables is dropped everywhere.
+TEST_F(TimechartManagerTest, HandOverStateOfEachCpu)
 {
     EXPECT_EQ(manager().pidMigratedFrom(0, 3), 0);  // every CPU starts with pid 0
     manager().setLastPidForCpu(77, 5);
@@ -30,11 +24,17 @@ TEST_F(TimechartManagerTest, MigrationLooksAtOtherCpusLowestFirst)
     manager().setLastPidForCpu(78, 5);
     EXPECT_EQ(manager().pidMigratedFrom(78, 5), -1);
     EXPECT_EQ(manager().pidMigratedFrom(79, 0), -1);
-}
 
-TEST_F(TimechartManagerTest, CpuBeyondTheTablesIsDroppedEverywhere)
-{
-    manager().setLastPidForCpu(77, 3);
+    manager().saveLastStateForCPU(2);
+    EXPECT_EQ(manager().getCPUChart(2), nullptr);
+    EXPECT_EQ(manager().getLastStateForCPU(2), 0);
+    manager().addValueToCPUChart(1, 2, 40, 1);
+    manager().saveLastStateForCPU(2);
+    EXPECT_EQ(manager().getLastStateForCPU(2), 1);
+    manager().addValueToCPUChart(2, 2, 40, 0);
+    EXPECT_EQ(manager().getLastStateForCPU(2), 1);
+
+    unsigned int l1[4] = {1, 2, 3, 4}, l2[2] = {5, 6};
     for (int cpu : {16, 17, 1000, -1}) {
         manager().setLastPidForCpu(5, cpu);
         EXPECT_EQ(manager().pidMigratedFrom(77, cpu), -1);
@@ -42,63 +42,36 @@ TEST_F(TimechartManagerTest, CpuBeyondTheTablesIsDroppedEverywhere)
         EXPECT_EQ(manager().getLastStateForCPU(cpu), 0);
         EXPECT_FALSE(manager().addValueToCPUChart(1, cpu, 40, 1));
         EXPECT_FALSE(manager().addStatusToProcessChart(1, 7302, 0, cpu, 0));
-        unsigned int l1[4] = {1, 2, 3, 4};
-        unsigned int l2[2] = {5, 6};
         EXPECT_FALSE(manager().addCountersToProcessChart(1, cpu, 7302, 9, l1, l2));
     }
-    EXPECT_TRUE(manager()._cpuCharts.empty());
+    EXPECT_EQ(manager()._cpuCharts.size(), 1u);
     EXPECT_TRUE(manager()._processCharts.empty());
     for (int cpu = 0; cpu < TimechartManager::kCpus; cpu++)
-        EXPECT_EQ(manager()._lastPid[cpu], cpu == 3 ? 77 : 0);
+        EXPECT_EQ(manager()._lastPid[cpu], cpu == 2 ? 77 : cpu == 5 ? 78 : 0) << cpu;
 }
 
+// The first counter sample of each CPU, whichever task it belongs to, is
+// dropped; its task still gets a chart.
 TEST_F(TimechartManagerTest, FirstCounterSampleOfEachCpuIsDropped)
 {
-    unsigned int l1[4] = {1, 2, 3, 4};
-    unsigned int l2[2] = {5, 6};
-    EXPECT_TRUE(manager().addCountersToProcessChart(1, 0, 7305, 10, l1, l2));  // dropped, chart made
+    unsigned int l1[4] = {1, 2, 3, 4}, l2[2] = {5, 6};
+    EXPECT_TRUE(manager().addCountersToProcessChart(1, 0, 7305, 10, l1, l2));
     EXPECT_FALSE(manager().addCountersToProcessChart(2, 0, 7305, 11, l1, l2));
-    EXPECT_TRUE(manager().addCountersToProcessChart(3, 1, 7306, 12, l1, l2));   // CPU 1's first: dropped
+    EXPECT_TRUE(manager().addCountersToProcessChart(3, 1, 7306, 12, l1, l2));
     EXPECT_FALSE(manager().addCountersToProcessChart(4, 1, 7305, 13, l1, l2));  // another task, same CPU
-    const ProcessChart* first = manager().getProcessChart(7305);
-    const ProcessChart* second = manager().getProcessChart(7306);
-    ASSERT_NE(first, nullptr);
-    ASSERT_NE(second, nullptr);
-    ASSERT_EQ(first->_cycleCounter.size(), 2u);
-    EXPECT_EQ(first->_cycleCounter[0].value, 11u);
-    EXPECT_EQ(first->_cycleCounter[1].value, 13u);
-    EXPECT_EQ(first->_l2Counters[1].size(), 2u);
-    EXPECT_TRUE(second->_cycleCounter.empty());
+    ASSERT_NE(manager().getProcessChart(7306), nullptr);
+    EXPECT_TRUE(manager().getProcessChart(7306)->_cycleCounter.empty());
+    const ProcessChart& first = *manager().getProcessChart(7305);
+    EXPECT_EQ(samples(first._cycleCounter), "0:11 0:13");
+    EXPECT_EQ(first._l2Counters[1].size(), 2u);
 }
 
-TEST_F(TimechartManagerTest, WeakNameStandsUntilForced)
+// A weak process name stands only over none, and an empty name counts as none.
+TEST_F(TimechartManagerTest, ProcessInterruptAndCounterNames)
 {
-    manager().setProcessName(7307, "first", false);
-    manager().setProcessName(7307, "second", false);
-    EXPECT_EQ(manager().getProcessChart(7307)->_name, "first");
-    manager().setProcessName(7307, "forced", true);
-    EXPECT_EQ(manager().getProcessChart(7307)->_name, "forced");
     manager().setProcessName(7308, "", false);
-    manager().setProcessName(7308, "later", false);  // an empty name counts as none
+    manager().setProcessName(7308, "later", false);
     EXPECT_EQ(manager().getProcessChart(7308)->_name, "later");
-    manager().setProcessPPid(7309, 12);
-    manager().setProcessPPid(7309, 13);
-    EXPECT_EQ(manager().getProcessChart(7309)->_ppid, 13);
-}
-
-TEST_F(TimechartManagerTest, BusyStateIsSavedOnlyFromAnExistingChart)
-{
-    manager().saveLastStateForCPU(2);
-    EXPECT_EQ(manager().getCPUChart(2), nullptr);
-    manager().addValueToCPUChart(1, 2, 40, 1);
-    manager().saveLastStateForCPU(2);
-    EXPECT_EQ(manager().getLastStateForCPU(2), 1);
-    manager().addValueToCPUChart(2, 2, 40, 0);
-    EXPECT_EQ(manager().getLastStateForCPU(2), 1);
-}
-
-TEST_F(TimechartManagerTest, InterruptNamesKeepTheFirstAndReportMisses)
-{
     manager().addIrqName(999, "timer");
     manager().addIrqName(999, "other");
     manager().addSirqName(0, "HI");
@@ -109,16 +82,9 @@ TEST_F(TimechartManagerTest, InterruptNamesKeepTheFirstAndReportMisses)
     EXPECT_EQ(manager().getIRQName(0), "IRQ");
     manager().outIrqNames();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "IRQ name not found: 1001\nIRQ name not found: 0\n999:\t timer\n");
-}
-
-TEST_F(TimechartManagerTest, CounterNamesByGroupAndIndex)
-{
-    manager()._cycleCounterName = "cyc";
+    // Indexes beyond a counter group name nothing.
     manager()._l1CounterNames[3] = "l1d";
     manager()._l2CounterNames[1] = "l2";
-    EXPECT_EQ(manager().getCounterName(0, 9), "cyc");
-    EXPECT_EQ(manager().getCounterName(1, 3), "l1d");
-    EXPECT_EQ(manager().getCounterName(2, 1), "l2");
     EXPECT_EQ(manager().getCounterName(1, 4), "");
     EXPECT_EQ(manager().getCounterName(2, 2), "");
     EXPECT_EQ(manager().getCounterName(3, 0), "");
@@ -127,21 +93,17 @@ TEST_F(TimechartManagerTest, CounterNamesByGroupAndIndex)
 // Rows ascend by parent pid; within one parent, by pid.
 TEST_F(TimechartManagerTest, ProcessRowsFollowTheParentPid)
 {
-    manager().setProcessPPid(7300, 1);
-    manager().setProcessPPid(7200, 150);
-    manager().setProcessPPid(7250, 1);
-    manager().setProcessPPid(7260, -3);
-    for (int pid : {7300, 7200, 7250, 7260})
+    for (auto [pid, ppid] : {std::pair{7300, 1}, {7200, 150}, {7250, 1}, {7260, -3}}) {
+        manager().setProcessPPid(pid, ppid);
         manager().addStatusToProcessChart(1000000000, pid, 2, 0, 0);
+    }
     const std::string text = entriesOf([&](PerfJSONWriter& w) { manager().outProcessCharts(w); });
-    std::vector<size_t> at;
-    for (const char* id : {"proc-7260-w", "proc-7250-w", "proc-7300-w", "proc-7200-w"})
-        at.push_back(text.find(id));
-    for (size_t i = 0; i < at.size(); i++) {
-        ASSERT_NE(at[i], std::string::npos) << i;
-        if (i > 0) {
-            EXPECT_LT(at[i - 1], at[i]);
-        }
+    size_t last = 0;
+    for (const char* id : {"proc-7260-w", "proc-7250-w", "proc-7300-w", "proc-7200-w"}) {
+        const size_t at = text.find(id);
+        ASSERT_NE(at, std::string::npos) << id;
+        EXPECT_GT(at, last) << id;
+        last = at;
     }
 }
 
