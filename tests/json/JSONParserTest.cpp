@@ -16,20 +16,13 @@ enum class Twin { Cursor, Stream };
 // error, and the input left after the parse.
 bool parse(Twin twin, JSONData& node, const std::string& text, std::string& messages, std::string* rest = nullptr) {
   testing::internal::CaptureStderr();
-  bool ok;
-  std::string left;
-  if (twin == Twin::Cursor) {
-    const char* cursor = text.c_str();
-    ok = node.setFromJsonString(cursor);
-    left = cursor;
-  } else {
-    std::istringstream stream(text);
-    ok = node.setFromStream(stream);
-    stream.clear();
-    left.assign(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
-  }
+  const char* cursor = text.c_str();
+  std::istringstream stream(text);
+  const bool ok = twin == Twin::Cursor ? node.setFromJsonString(cursor) : node.setFromStream(stream);
   messages = testing::internal::GetCapturedStderr();
-  if (rest != nullptr) *rest = left;
+  stream.clear();
+  if (rest != nullptr)
+    *rest = twin == Twin::Cursor ? std::string(cursor) : std::string(std::istreambuf_iterator<char>(stream), {});
   return ok;
 }
 
@@ -69,43 +62,32 @@ TEST_P(JSONParse, ResultTreeAndMessage) {
 
 const ParseCase kCases[] = {
     // Containers, trailing commas, and what survives a failure.
-    {"[1,2,]", true, "[1,2]", "", ""},
     {"{\"a\":{\"b\":[1,2,],},}", true, "{\"a\":{\"b\":[1,2]}}", "", ""},
-    {"{\"a\":1,\"a\":2}", true, "{\"a\":1,\"a\":2}", "", ""},
-    {"[,1]", false, "[]", "missing value", ""},
     {"[1,,2]", false, "[1]", "missing value", ""},
     {"[1}", false, "[]", "array comma or end expected", ""},
     {"[}", false, "[]", "array not closed", ""},
     {"[1,}", false, "[1]", "array not closed", ""},
-    {"[", false, "[]", "array not closed", ""},
-    {"{,}", false, "{}", "object key must be a string", ""},
     {"{1:2}", false, "{}", "object key must be a string", ""},
     {"{\"a\":1,,}", false, "{\"a\":1}", "invalid string for object key", ""},
     {"{\"a\" 1}", false, "{}", "object colon expected", ""},
-    {"{\"a\":1 \"b\":2}", false, "{}", "object comma or end expected", ""},
     {"{\"a\":1]", false, "{}", "object comma or end expected", ""},
     {"{\"a\":1,]", false, "{\"a\":1}", "object not closed", ""},
-    {"{", false, "{}", "object not closed", ""},
     {"{\"a\":", false, "{}", "", ""},  // the member fails silently at the end
     {"[1,[2,", false, "[1]", "array not closed", ""},
     // Comments, wherever white space may stand.
     {"/* c */ [ // x\n 1 /* y */, 2 ] // end", true, "[1,2]", "", " // end"},
     {"/*/ [1] */ 5", true, "5", "", ""},
-    {"[tr/**/ue]", false, "[]", "invalid boolean value", ""},
     {"[1/**/0]", false, "[]", "array comma or end expected", ""},
     {"/x", false, "", "missing value", ""},
     {"/* open", false, "", "", ""},
-    {"// only", false, "", "", ""},
     // Numbers.
     {"+1", false, "", "invalid number", ""},
-    {"-x", false, "", "invalid number", ""},
     {"[-]", false, "[]", "invalid number", ""},
     {"-0", true, "0", "", ""},
     {"-007", true, "-7", "", ""},
     {".5", false, "", "missing value", ""},
     {"[1.5,-0.25,3.000,12.]", true, "[1.5,-0.25,3,12]", "", ""},
     {"1e5", true, "1", "", "e5"},
-    {"[1e5]", false, "[]", "array comma or end expected", ""},
     {"9223372036854775808", true, "-9223372036854775808", "", ""},
     {"18446744073709551617", true, "1", "", ""},
     // Keywords.
@@ -122,10 +104,8 @@ const ParseCase kCases[] = {
     {"\"abc", false, "\"abc\"", "invalid string", ""},
     // Empty input, stray tokens, text after the value.
     {"", false, "", "", ""},
-    {"  \n", false, "", "", ""},
     {"x", false, "", "missing value", ""},
     {"]", false, "", "missing value", ""},
-    {":", false, "", "missing value", ""},
     {"[1] garbage", true, "[1]", "", " garbage"},
 };
 
@@ -134,7 +114,9 @@ INSTANTIATE_TEST_SUITE_P(Both, JSONParse, testing::Combine(testing::Values(Twin:
 
 class JSONParseTwin : public testing::TestWithParam<Twin> {};
 
-TEST_P(JSONParseTwin, NumberTypesAndSigns) {
+// Number types and signs; the fraction's divisor is a wrapping power of ten,
+// which at the 64th digit wraps to zero. A parse into a container extends it.
+TEST_P(JSONParseTwin, NumbersAndExtendedContainers) {
   JSONData node;
   std::string messages;
   ASSERT_TRUE(parse(GetParam(), node, "[-0,-0.0,12.,0.05]", messages));
@@ -142,33 +124,24 @@ TEST_P(JSONParseTwin, NumberTypesAndSigns) {
   EXPECT_EQ(node.getByIndex(1)->_type, JSONData::TYPE_DOUBLE);
   EXPECT_TRUE(std::signbit(node.getByIndex(1)->doubleValue()));
   EXPECT_EQ(node.getByIndex(2)->_type, JSONData::TYPE_DOUBLE);
-  EXPECT_EQ(node.getByIndex(2)->doubleValue(), 12.0);
   EXPECT_EQ(node.getByIndex(3)->doubleValue(), 0.05);
-  // The fraction's divisor is a wrapping power of ten: at the 64th digit it
-  // wraps to zero.
   ASSERT_TRUE(parse(GetParam(), node, "0." + std::string(63, '0') + "1", messages));
   EXPECT_EQ(node.doubleValue(), HUGE_VAL);
-}
-
-TEST_P(JSONParseTwin, ContainersAreExtendedAndLookupTakesTheLastKey) {
-  JSONData node;
-  std::string messages;
+  node.reset();
   ASSERT_TRUE(parse(GetParam(), node, "{\"x\":1}", messages));
   ASSERT_TRUE(parse(GetParam(), node, "{\"y\":2,\"x\":3}", messages));
   EXPECT_EQ(compact(node), "{\"x\":1,\"y\":2,\"x\":3}");
-  EXPECT_EQ(node.getByKey("x")->longValue(), 3);
+  EXPECT_EQ(node.getByKey("x")->longValue(), 3);  // lookups take the last
 }
 
 TEST_P(JSONParseTwin, NestingIsLimited) {
   const int limit = JSONData::kMaxParseDepth;
   JSONData node;
   std::string messages;
-  std::string deep = std::string(limit, '[') + std::string(limit, ']');
-  EXPECT_TRUE(parse(GetParam(), node, deep, messages));
+  EXPECT_TRUE(parse(GetParam(), node, std::string(limit, '[') + std::string(limit, ']'), messages));
   EXPECT_EQ(messages, "");
-  deep = std::string(limit + 1, '[') + std::string(limit + 1, ']');
   node.reset();
-  EXPECT_FALSE(parse(GetParam(), node, deep, messages));
+  EXPECT_FALSE(parse(GetParam(), node, std::string(limit + 1, '[') + std::string(limit + 1, ']'), messages));
   EXPECT_EQ(messages, std::string("JSONData::") +
                           (GetParam() == Twin::Cursor ? "setFromJsonString()" : "setFromStream()") +
                           ": syntax error: missing value\n");
@@ -177,30 +150,24 @@ TEST_P(JSONParseTwin, NestingIsLimited) {
 
 INSTANTIATE_TEST_SUITE_P(Both, JSONParseTwin, testing::Values(Twin::Cursor, Twin::Stream));
 
-TEST(JSONParseCursor, NullCursorAndKeywordMismatchLeaveTheCursor) {
+// Where the twins differ: a null cursor; a mismatched keyword leaves the
+// cursor but loses the bytes read from a stream; NUL bytes in strings.
+TEST(JSONParseTwins, Differences) {
   JSONData node;
   const char* text = nullptr;
   EXPECT_FALSE(node.setFromJsonString(text));
-  const char* const bad = "nul";
+  std::string messages, rest;
+  const char* const bad = "nulx1";
   text = bad;
   testing::internal::CaptureStderr();
   EXPECT_FALSE(node.setFromJsonString(text));
   testing::internal::GetCapturedStderr();
   EXPECT_EQ(text, bad);
-}
-
-TEST(JSONParseStream, AMismatchedKeywordLosesTheBytesRead) {
-  JSONData node;
-  std::string messages, rest;
-  EXPECT_FALSE(parse(Twin::Stream, node, "nulx1", messages, &rest));
+  EXPECT_FALSE(parse(Twin::Stream, node, bad, messages, &rest));
   EXPECT_EQ(rest, "1");
-}
 
-TEST(JSONParseTwins, NulBytesInStrings) {
   const std::string backslashNul("\"a\\\0b\"", 6);
   const std::string plainNul("\"a\0b\"", 5);
-  JSONData node;
-  std::string messages;
   EXPECT_FALSE(parse(Twin::Cursor, node, backslashNul, messages));
   EXPECT_EQ(*node.stringValue(), "a");
   EXPECT_FALSE(parse(Twin::Cursor, node, plainNul, messages));
