@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <random>
 #include <stdexcept>
 #include <string>
 
@@ -107,6 +109,41 @@ TEST_F(EventRegistry, HugeNumbersFollowTheSameRuleWithoutTheMemory)
 
 // The table ends at the data section rounded down (72 * 2 + 40 bytes here:
 // two entries); with the data section ahead of it, at the end of the input.
+// The counted size and capacity, and the range error, follow a standard
+// vector that is grown as the rule says, over random tables of numbers small
+// enough to allocate and of numbers of 2^32 and more with small low words.
+TEST_F(EventRegistry, CountedTableFollowsAStandardVector)
+{
+    std::mt19937_64 random(7);
+    for (int trial = 0; trial < 1000; trial++) {
+        delete PerfRecordSampleEvent::_functions;
+        PerfRecordSampleEvent::_functions = nullptr;
+        PerfRecordSampleEvent::initVectors();
+        std::vector<PerfRecordCreateFn> model;
+        B table;
+        bool fails = false;
+        for (int i = 0; i < 6 && !fails; i++) {
+            uint64_t number = random() % 3 == 0 ? random() % 4010 : random() % 200000;
+            if (random() % 4 == 0)
+                number += (1 + random() % 3) << 32;
+            else if (random() % 4 == 0)
+                number = model.capacity() + random() % 3;
+            table.eventType(number, "sched:sched_wakeup");
+            if (number >= model.capacity())
+                model.resize(number <= 4000 ? 4000 : (uint32_t)number + 1);
+            fails = (uint32_t)number >= model.size();
+        }
+        if (fails) {
+            EXPECT_THROW(readTable(table), std::out_of_range);
+            continue;
+        }
+        readTable(table);
+        EXPECT_EQ(PerfRecordSampleEvent::_tableSize, model.size());
+        EXPECT_EQ(PerfRecordSampleEvent::_tableCapacity, model.capacity());
+        EXPECT_EQ(functions().size(), std::min<size_t>(model.size(), 0x10000));
+    }
+}
+
 TEST_F(EventRegistry, TableEndsAtTheDataSectionOrTheInput)
 {
     readTable(B().attributes(16).eventType(1, "sched:sched_wakeup").eventType(2, "sched:sched_wakeup")
