@@ -3,37 +3,30 @@
 #include <cstring>
 #include <string>
 
+#include "../timechart/TimechartFixture.h"
 #include "EventPayload.h"
 #include "PerfDataBuilder.h"
 #include "PerfFactory.h"
-#include "Settings.h"
 
 using B = PerfDataBuilder;
 
 namespace {
 
-class EventPayloadTest : public testing::Test {
+// The fixture keeps kern_ver; each test starts with a zeroed shared record buffer.
+class EventPayloadTest : public TimechartFixture {
 protected:
     void SetUp() override
     {
-        _kernel = kern_ver;
+        TimechartFixture::SetUp();
         PerfFactory::allocTmpBuffer(1024);
         memset(PerfFactory::_tmp, 0, (size_t)PerfFactory::_tmpLen);
     }
-    void TearDown() override { kern_ver = _kernel; }
 
     // Places bytes at `offset` of the shared record buffer and returns where they start.
     static char* place(size_t offset, const std::string& bytes)
     {
-        char* at = PerfFactory::_tmp + offset;
-        memcpy(at, bytes.data(), bytes.size());
-        return at;
+        return (char*)memcpy(PerfFactory::_tmp + offset, bytes.data(), bytes.size());
     }
-
-    static char* end() { return PerfFactory::_tmp + PerfFactory::_tmpLen; }
-
-private:
-    int32_t _kernel;
 };
 
 TEST_F(EventPayloadTest, PayloadStartFollowsTheKernelVersion)
