@@ -79,12 +79,13 @@ bool PerfReader::status()
     return _lastRead != 0;
 }
 
-// A negative offset fails as a seek of the file would, and reading goes on
-// from where it stood.
+// A seek that fails, to a negative offset or on an input that cannot seek
+// such as a pipe, leaves the position where it stood: reading goes on with
+// the bytes already taken into the block.
 void PerfReader::seek(int offset)
 {
     if (_fd <= 0 || offset < 0)
         return;
-    _blockStart = _blockEnd = 0;
-    (void)::lseek(_fd, (off_t)offset, SEEK_SET);
+    if (::lseek(_fd, (off_t)offset, SEEK_SET) >= 0)
+        _blockStart = _blockEnd = 0;
 }

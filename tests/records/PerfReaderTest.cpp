@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -36,6 +37,24 @@ TEST(PerfReader, ReadsLikeTheFileAcrossBlocksAndSeeks)
     ASSERT_EQ(reader.read(four, 4), 4);
     EXPECT_EQ(std::string(four, 4), bytes.substr(5, 4));
     EXPECT_TRUE(reader.status());
+}
+
+// A pipe cannot seek: reading goes on from where it stood, also through the
+// bytes already taken into the reader's block.
+TEST(PerfReader, FailedSeekOfAPipeKeepsThePosition)
+{
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(write(ends[1], "0123456789abcdef", 16), 16);
+    close(ends[1]);
+    PerfReader reader;
+    ASSERT_EQ(reader.open(("/proc/self/fd/" + std::to_string(ends[0])).c_str()), 0);
+    close(ends[0]);
+    char four[4];
+    ASSERT_EQ(reader.read(four, 4), 4);
+    reader.seek(12);
+    ASSERT_EQ(reader.read(four, 4), 4);
+    EXPECT_EQ(std::string(four, 4), "4567");
 }
 
 TEST(PerfReader, UnopenedReaderAndOddSizes)
