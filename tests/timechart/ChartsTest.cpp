@@ -19,7 +19,7 @@ class Charts : public TimechartFixture {};
 // The points of a series with values at times 1, 2, 3...: changes only
 // start from a last value of 0; counter bars pair each value with the time
 // before, skip a value repeated a third time, and close with a 0.
-TEST_F(Charts, EntryWriterThinning)
+TEST_F(Charts, EntryWriterPoints)
 {
     const struct {
         std::vector<unsigned int> values;
@@ -42,20 +42,19 @@ TEST_F(Charts, EntryWriterThinning)
                   "\n{\"id\":\"x\",\"data\":[" + std::string(c.points) + "]}")
             << c.points;
     }
-}
-
-// A point longer than its buffer is cut.
-TEST_F(Charts, EntryWriterPointTooLongForItsBufferIsCut)
-{
+    // A point longer than its buffer is cut.
     EXPECT_EQ(entriesOf([&](PerfJSONWriter& w) { ChartEntryWriter(w).text("id", "a").allPoints({{1e25, 1}}, "[%f,%u]"); }),
               "\n{\"id\":\"a\",\"data\":[[10000000000000000905969664.000]}");
 }
 
-// Leaving idle closes the state last entered; the busy state is the last value
-// appended, whatever its time.
+// Leaving idle closes the state last entered, and before any is dropped, as
+// are values beyond the states; the busy state is the last value appended,
+// whatever its time.
 TEST_F(Charts, CpuIdleAndBusyState)
 {
     CPUChart chart(0);
+    chart.addValue(ns(0.5), 42, 0);
+    chart.addValue(ns(0.5), 42, -1);
     chart.addValue(ns(1.0), 42, 3);
     chart.addValue(ns(2.0), 42, 0);
     chart.addValue(ns(3.0), 42, 5);  // dropped: the state last entered stays
