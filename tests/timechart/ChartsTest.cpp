@@ -73,8 +73,7 @@ TEST_F(Charts, CpuIdleAndBusyState)
 }
 
 // Each non-empty series is sorted and written change-only; a series of zeros
-// keeps its entry with no point. CPUs from 4 up have no colours, but idle
-// states keep theirs.
+// keeps its entry with no point. CPUs from 4 up have no colours.
 TEST_F(Charts, CpuWritesEachNonEmptySeries)
 {
     CPUChart chart(4);
@@ -82,36 +81,23 @@ TEST_F(Charts, CpuWritesEachNonEmptySeries)
     for (auto [t, v] : std::vector<std::pair<double, int>>{{1.0, 1}, {2.0, 1}, {3.0, 0}, {4.0, 0}})
         chart.addValue(ns(t), 40, v);
     chart.addValue(ns(1.5), 41, 0);
-    chart.addValue(ns(2.5), 42, 2);
     EXPECT_EQ(entriesOf([&](PerfJSONWriter& w) { chart.outCPUChart(w); }),
               "\n{\"id\":\"cpu-4-b\",\"name\":\"CPU 4 Busy\",\"treeId\":\"b_4_cpu_root\",\"type\":\"binary\","
               "\"class\":\"cpu:busy\",\"show\":1,\"hints\":{},\"data\":[[1.000000,1],[3.000000,0],[5.000000,1]]}"
               "\n,{\"id\":\"cpu-4-f\",\"name\":\"CPU 4 Frequency\",\"treeId\":\"f_4_cpu_root\",\"type\":\"bar\","
-              "\"class\":\"cpu:freq\",\"show\":1,\"tip\":\"MHz\",\"hints\":{},\"data\":[]}"
-              "\n,{\"id\":\"cpu-4-s-1\",\"name\":\"CPU 4 Idle State\",\"treeId\":\"s_4_cpu_root\",\"type\":\"binary\","
-              "\"class\":\"cpu:idle\",\"show\":1,\"tip\":\"Retention\",\"hints\":{\"white\":\"#e0ffe0\",\"black\":\"#005500\"},"
-              "\"data\":[[2.500000,1]]}");
+              "\"class\":\"cpu:freq\",\"show\":1,\"tip\":\"MHz\",\"hints\":{},\"data\":[]}");
 }
 
-// Power state 0 first: the zeros on the other rungs write no entry. A
-// frequency of only 0 writes none either; issue kind 0 and interrupt kind 2
-// have no tip; a frame's end issues the value 2.
-TEST_F(Charts, GpuEntriesAndTheirKeys)
+// A frequency of only 0 writes no entry; interrupt kind 2 and issue kind 0
+// have no tip. (The power ladder's entries are in the whole documents.)
+TEST_F(Charts, GpuEntriesWithoutTips)
 {
     GPUChart chart(3, 1);
-    chart.addStatus(ns(2.0), 31, 0);
-    chart.addStatus(ns(1.0), 30, 0);
     chart.addStatus(ns(1.5), 35, 0);
     chart.addStatus(ns(3.0), 10, 1);
     chart.addStatus(ns(4.0), 19, 1);
     EXPECT_EQ(entriesOf([&](PerfJSONWriter& w) { chart.outGPUChart(w); }),
-              "\n{\"id\":\"gpu-3-1-p0\",\"name\":\"GPU-3D1 Power State\",\"treeId\":\"power_GPU-3D1_kgsl_root\","
-              "\"type\":\"binary\",\"class\":\"gpu:power\",\"show\":1,\"tip\":\"OFF\","
-              "\"hints\":{\"white\":\"#d3d3d3\",\"black\":\"#444444\"},\"data\":[[1.000000,1],[2.000000,0]]}"
-              "\n,{\"id\":\"gpu-3-1-p1\",\"name\":\"GPU-3D1 Power State\",\"treeId\":\"power_GPU-3D1_kgsl_root\","
-              "\"type\":\"binary\",\"class\":\"gpu:power\",\"show\":1,\"tip\":\"ON\","
-              "\"hints\":{\"white\":\"#ffffdc\",\"black\":\"#555555\"},\"data\":[[2.000000,1]]}"
-              "\n,{\"id\":\"gpu-3-1-q2\",\"name\":\"GPU-3D1 IRQ\",\"treeId\":\"irq_GPU-3D1_kgsl_root\","
+              "\n{\"id\":\"gpu-3-1-q2\",\"name\":\"GPU-3D1 IRQ\",\"treeId\":\"irq_GPU-3D1_kgsl_root\","
               "\"type\":\"marker\",\"class\":\"gpu:irq\",\"show\":1,"
               "\"hints\":{\"white\":\"#812323\",\"black\":\"#e6a3a3\"},\"data\":[[4.000000,1]]}"
               "\n,{\"id\":\"gpu-3-1-i0\",\"name\":\"GPU-3D1 Issue\",\"treeId\":\"issue_GPU-3D1_kgsl_root\","
