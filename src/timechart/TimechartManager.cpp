@@ -44,10 +44,21 @@ void TimechartManager::init()
         started = false;
 }
 
+namespace {
+
+// The chart stored under `key`, or null.
+template <typename Charts>
+typename Charts::mapped_type findChart(const Charts& charts, int key)
+{
+    auto found = charts.find(key);
+    return found != charts.end() ? found->second : nullptr;
+}
+
+}  // namespace
+
 ProcessChart* TimechartManager::getProcessChart(int pid)
 {
-    auto found = _processCharts.find(pid);
-    return found != _processCharts.end() ? found->second : nullptr;
+    return findChart(_processCharts, pid);
 }
 
 ProcessChart* TimechartManager::createProcessChart(int pid)
@@ -59,8 +70,7 @@ ProcessChart* TimechartManager::createProcessChart(int pid)
 
 CPUChart* TimechartManager::getCPUChart(int cpu)
 {
-    auto found = _cpuCharts.find(cpu);
-    return found != _cpuCharts.end() ? found->second : nullptr;
+    return findChart(_cpuCharts, cpu);
 }
 
 CPUChart* TimechartManager::createCPUChart(int cpu)
@@ -78,8 +88,7 @@ int TimechartManager::_gpuKey(int dimension, int device)
 
 GPUChart* TimechartManager::getGPUChart(int dimension, int device)
 {
-    auto found = _gpuCharts.find(_gpuKey(dimension, device));
-    return found != _gpuCharts.end() ? found->second : nullptr;
+    return findChart(_gpuCharts, _gpuKey(dimension, device));
 }
 
 GPUChart* TimechartManager::createGPUChart(int dimension, int device)
@@ -91,8 +100,7 @@ GPUChart* TimechartManager::createGPUChart(int dimension, int device)
 
 IRQChart* TimechartManager::getIRQChart(int irq)
 {
-    auto found = _irqCharts.find(irq);
-    return found != _irqCharts.end() ? found->second : nullptr;
+    return findChart(_irqCharts, irq);
 }
 
 IRQChart* TimechartManager::createIRQChart(int irq)
