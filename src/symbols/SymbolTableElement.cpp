@@ -10,15 +10,15 @@
 uint32_t SymbolTableElement::_runningIndex = 0;
 
 SymbolTableElement::SymbolTableElement()
-    : _address(0), _size(0), _used(false), _flag(false), _useCount(0), _key(0), _file(nullptr), _lineNumber(0)
+    : _key(0), _useCount(0), _used(false), _flag(false), _address(0), _size(0), _file(nullptr), _lineNumber(0)
 {
     _setFile(nullptr);
 }
 
 SymbolTableElement::SymbolTableElement(const char* name, unsigned long long address, unsigned long long size,
                                        FileNames* file, unsigned int line)
-    : _name(name != nullptr ? name : ""), _address(address), _size(size > kMaxSize ? 0 : size), _used(false),
-      _flag(false), _useCount(0), _key(0), _file(nullptr), _lineNumber(line)
+    : _key(0), _useCount(0), _used(false), _flag(false), _name(name != nullptr ? name : ""), _address(address),
+      _size(size > kMaxSize ? 0 : size), _file(nullptr), _lineNumber(line)
 {
     if (gVerbosity > 0)
         show();

@@ -30,17 +30,18 @@ public:
     // Writes this symbol as one row of the "functions" section.
     void out(PerfJSONWriter& writer, unsigned int unused);
 
+    // What every sampled address touches comes first, so that it shares a cache line.
+    uint32_t _key;
+    uint32_t _useCount;
+    bool _used;
+    bool _flag;
+    std::vector<uint32_t> _mapKeys;
     std::string _name;
     uint64_t _address;
     uint64_t _size;
-    bool _used;
-    bool _flag;
-    uint32_t _useCount;
-    uint32_t _key;
     FileNames* _file;  // never null; not owned
     uint32_t _lineNumber;
     std::vector<uint32_t> _reserved;
-    std::vector<uint32_t> _mapKeys;
 
     static uint32_t _runningIndex;
 
