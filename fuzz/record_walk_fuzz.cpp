@@ -94,26 +94,6 @@ bool tableEndsTheRun(const std::string& image)
     return false;
 }
 
-// The profile document, in the order of a run.
-void writeProfile(PerfJSONWriter& writer)
-{
-    writer.newElementStart(nullptr);
-    writer.newElementStart("Description");
-    writer.writeNamed("Version", "1.0");
-    writer.writeNamed("Target Chip", "unknown");
-    writer.writeNamed("Start Time", gtodAtStart);
-    writer.writeNamed("First Sample Time", PerfRecordSample::_firstSampleTime);
-    writer.writeNamed("duration", time64ToDouble(PerfRecordSample::_lastSampleTime) - PerfRecordSample::_firstSampleTime);
-    writer.newElementEnd();
-    PerfRecordSample::verifyKeys();
-    PerfRecordComm::outAll(writer);
-    PerfRecordMMap::outAll(writer);
-    FileNames::outAll(writer);
-    SymbolTable::outAll(writer);
-    PerfRecordSample::outAll(writer);
-    writer.newElementEnd();
-}
-
 void convert(uint8_t options, const std::string& image)
 {
     gTimechartMode = (options & 1) != 0;
@@ -128,29 +108,13 @@ void convert(uint8_t options, const std::string& image)
     SymbolTable defaultTable;
     FileNames::createEmptyRef();
     PerfJSONWriter writer(addJSONWhiteSpace, addJSONLabels);
-    if (!gTimechartMode)
-        SymbolTable::loadKernelSymbols();
-    SymbolTable::createSyntheticTable();
+    loadSymbolTables();
     reader.open("perf.data");
     // The document is built in memory and goes nowhere.
     writer.open("/dev/null");
-
-    PerfRecordHeaderS header;
-    memset(&header, 0, sizeof header);
-    if (reader.read((char*)&header, (int)sizeof header) <= 0)
-        abort();  // an empty image was skipped before
-    PerfRecordSampleEvent::readEvents(reader, &header);
-    reader.seek((int)(uint32_t)header.dataOffset);
-    walkRecords(reader);
-
-    if (!gTimechartMode) {
-        writeProfile(writer);
-    } else {
-        TimechartManager* manager = TimechartManager::Instance();
-        manager->inspectTraceFile();
-        manager->finalizeChartData();
-        manager->writeData(writer);
-    }
+    // An empty image, which would end the run, was skipped before.
+    readRecording(reader);
+    writeDocument(writer);
     writer.close();
     reader.close();
 }

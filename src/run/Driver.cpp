@@ -58,6 +58,39 @@ void writeProfile(PerfJSONWriter& writer)
 
 }  // namespace
 
+void loadSymbolTables()
+{
+    if (!gTimechartMode)
+        SymbolTable::loadKernelSymbols();
+    SymbolTable::createSyntheticTable();
+}
+
+void readRecording(PerfReader& reader)
+{
+    PerfRecordHeaderS header;
+    memset(&header, 0, sizeof header);
+    if (reader.read((char*)&header, (int)sizeof header) <= 0)
+        errorExit("Invalid In File", -1);
+    // The event table lies ahead of the data section.
+    PerfRecordSampleEvent::readEvents(reader, &header);
+
+    reader.seek((int)(uint32_t)header.dataOffset);
+    walkRecords(reader);
+}
+
+void writeDocument(PerfJSONWriter& writer)
+{
+    if (!gTimechartMode) {
+        writeProfile(writer);
+        return;
+    }
+    TimechartManager* manager = TimechartManager::Instance();
+    // Trace markers, then the names of soft interrupts and counters, join the charts.
+    manager->inspectTraceFile();
+    manager->finalizeChartData();
+    manager->writeData(writer);
+}
+
 int runConverter(int argc, char** argv)
 {
     PerfReader reader;
@@ -75,34 +108,15 @@ int runConverter(int argc, char** argv)
     calcTimeConversion();
     readEnvironment();
 
-    if (!gTimechartMode)
-        SymbolTable::loadKernelSymbols();
-    SymbolTable::createSyntheticTable();
+    loadSymbolTables();
 
     if (reader.open(inFileName.c_str()) == -1)
         errorExit("Bad In File Name", -1);
     if (writer.open(outFileName.c_str()) == -1)
         errorExit("Bad Out File Name", -1);
 
-    PerfRecordHeaderS header;
-    memset(&header, 0, sizeof header);
-    if (reader.read((char*)&header, (int)sizeof header) <= 0)
-        errorExit("Invalid In File", -1);
-    // The event table lies ahead of the data section.
-    PerfRecordSampleEvent::readEvents(reader, &header);
-
-    reader.seek((int)(uint32_t)header.dataOffset);
-    walkRecords(reader);
-
-    if (!gTimechartMode) {
-        writeProfile(writer);
-    } else {
-        TimechartManager* manager = TimechartManager::Instance();
-        // Trace markers, then the names of soft interrupts and counters, join the charts.
-        manager->inspectTraceFile();
-        manager->finalizeChartData();
-        manager->writeData(writer);
-    }
+    readRecording(reader);
+    writeDocument(writer);
 
     writer.close();
     reader.close();

@@ -11,4 +11,15 @@ int runConverter(int argc, char** argv);
 // The record loop: reads records until a read returns 0 at the end of the input.
 void walkRecords(PerfReader& reader);
 
+// The stages of a run between the options and the end, in their order. A
+// caller that drives a run itself (a fuzz target over a memory image) calls
+// them as runConverter does.
+// The kernel's symbols (profile mode) and the table of synthetic symbols.
+void loadSymbolTables();
+// The file header, the event table and the record walk; an input without a
+// header ends the run with "Invalid In File".
+void readRecording(PerfReader& reader);
+// The document of the chosen mode.
+void writeDocument(PerfJSONWriter& writer);
+
 #endif
