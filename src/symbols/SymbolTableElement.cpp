@@ -57,8 +57,12 @@ unsigned int SymbolTableElement::markUsed(unsigned long long)
 
 void SymbolTableElement::setMapKey(unsigned int key)
 {
+    if (key != 0 && (key == _recentMapKeys[0] || key == _recentMapKeys[1]))
+        return;
     if (std::find(_mapKeys.begin(), _mapKeys.end(), key) == _mapKeys.end())
         _mapKeys.push_back(key);
+    _recentMapKeys[1] = _recentMapKeys[0];
+    _recentMapKeys[0] = key;
 }
 
 void SymbolTableElement::show()

@@ -35,6 +35,8 @@ public:
     uint32_t _useCount;
     bool _used;
     bool _flag;
+    // The two map keys noted last: both are in _mapKeys, so a repeat needs no search of it.
+    uint32_t _recentMapKeys[2] = {0, 0};
     std::vector<uint32_t> _mapKeys;
     std::string _name;
     uint64_t _address;
