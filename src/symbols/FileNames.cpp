@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "PerfJSONWriter.h"
+#include "ProfileSection.h"
 #include "SymbolTableElement.h"
 
 FileNames* FileNames::_emptyRef = nullptr;
@@ -62,20 +63,12 @@ void FileNames::out(PerfJSONWriter& writer)
 
 void FileNames::outAll(PerfJSONWriter& writer)
 {
-    writer.setWhiteSpace(true);
-    writer.setIncludeLabels(true);
-    writer.newElementStart("files");
-    writer.newElementStart("descriptions");
-    writer.writeNamed("key", "key for this symbol");
-    writer.writeNamed("name", "name of this symbol");
-    writer.writeNamed("symbols.ref", "ref to symbol using this file");
-    writer.writeNamed("symbols.linenum", "ref to line number");
-    writer.newElementEnd();
-    writer.writeArrayStart("data");
-    writer.setWhiteSpace(false);
-    writer.setIncludeLabels(false);
+    ProfileSection::begin(writer, "files",
+                          {{"key", "key for this symbol"},
+                           {"name", "name of this symbol"},
+                           {"symbols.ref", "ref to symbol using this file"},
+                           {"symbols.linenum", "ref to line number"}});
     for (auto& [name, file] : _fileTable)
         file->out(writer);
-    writer.writeArrayEnd();
-    writer.newElementEnd();
+    ProfileSection::end(writer);
 }

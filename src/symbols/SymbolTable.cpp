@@ -15,6 +15,7 @@
 
 #include "FileNames.h"
 #include "PerfJSONWriter.h"
+#include "ProfileSection.h"
 #include "Settings.h"
 #include "SystemFiles.h"
 #include "TimeBase.h"
@@ -317,24 +318,16 @@ void SymbolTable::out(PerfJSONWriter& writer, unsigned int)
 
 void SymbolTable::outAll(PerfJSONWriter& writer)
 {
-    writer.setWhiteSpace(true);
-    writer.setIncludeLabels(true);
-    writer.newElementStart("functions");
-    writer.newElementStart("descriptions");
-    writer.writeNamed("key", "key for this symbol");
-    writer.writeNamed("name", "name of this symbol");
-    writer.writeNamed("startAddress", "Base address of this function or symbol");
-    writer.writeNamed("sectionSize", "Size of this function or symbol");
-    writer.writeNamed("maps", "array of maps for this sample");
-    writer.newElementEnd();
-    writer.writeArrayStart("data");
-    writer.setWhiteSpace(false);
-    writer.setIncludeLabels(false);
+    ProfileSection::begin(writer, "functions",
+                          {{"key", "key for this symbol"},
+                           {"name", "name of this symbol"},
+                           {"startAddress", "Base address of this function or symbol"},
+                           {"sectionSize", "Size of this function or symbol"},
+                           {"maps", "array of maps for this sample"}});
     for (SymbolTable* table : _allSymbolTables)
         if (table != nullptr)
             table->out(writer, 0);
-    writer.writeArrayEnd();
-    writer.newElementEnd();
+    ProfileSection::end(writer);
 }
 
 void SymbolTable::outKeys(PerfJSONWriter& writer)

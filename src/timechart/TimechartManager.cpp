@@ -54,6 +54,14 @@ typename Charts::mapped_type findChart(const Charts& charts, int key)
     return found != charts.end() ? found->second : nullptr;
 }
 
+// Stores a new chart under `key` and returns it.
+template <typename Charts>
+typename Charts::mapped_type storeChart(Charts& charts, int key, typename Charts::mapped_type chart)
+{
+    charts[key] = chart;
+    return chart;
+}
+
 }  // namespace
 
 ProcessChart* TimechartManager::getProcessChart(int pid)
@@ -63,9 +71,7 @@ ProcessChart* TimechartManager::getProcessChart(int pid)
 
 ProcessChart* TimechartManager::createProcessChart(int pid)
 {
-    ProcessChart* chart = new ProcessChart(pid);
-    _processCharts[pid] = chart;
-    return chart;
+    return storeChart(_processCharts, pid, new ProcessChart(pid));
 }
 
 CPUChart* TimechartManager::getCPUChart(int cpu)
@@ -75,9 +81,7 @@ CPUChart* TimechartManager::getCPUChart(int cpu)
 
 CPUChart* TimechartManager::createCPUChart(int cpu)
 {
-    CPUChart* chart = new CPUChart(cpu);
-    _cpuCharts[cpu] = chart;
-    return chart;
+    return storeChart(_cpuCharts, cpu, new CPUChart(cpu));
 }
 
 // Wraps rather than overflows for numbers that no device name holds.
@@ -93,9 +97,7 @@ GPUChart* TimechartManager::getGPUChart(int dimension, int device)
 
 GPUChart* TimechartManager::createGPUChart(int dimension, int device)
 {
-    GPUChart* chart = new GPUChart(dimension, device);
-    _gpuCharts[_gpuKey(dimension, device)] = chart;
-    return chart;
+    return storeChart(_gpuCharts, _gpuKey(dimension, device), new GPUChart(dimension, device));
 }
 
 IRQChart* TimechartManager::getIRQChart(int irq)
@@ -105,9 +107,7 @@ IRQChart* TimechartManager::getIRQChart(int irq)
 
 IRQChart* TimechartManager::createIRQChart(int irq)
 {
-    IRQChart* chart = new IRQChart(irq);
-    _irqCharts[irq] = chart;
-    return chart;
+    return storeChart(_irqCharts, irq, new IRQChart(irq));
 }
 
 ProcessChart* TimechartManager::_processChart(int pid, bool& made)
