@@ -3,7 +3,7 @@
 #
 #   fuzz/run-fuzz.sh TARGET SECONDS [libFuzzer options...]
 #
-# Targets: json_parse_fuzz, record_walk_fuzz, symbol_list_fuzz.
+# Targets: json_parse_fuzz, record_walk_fuzz, symbol_list_fuzz, trace_marker_fuzz.
 # Seeds come from fuzz/seeds/NAME/; new inputs go to fuzz/corpus-TARGET/,
 # which is not tracked, and crash files to fuzz/corpus-TARGET-artifacts/.
 set -euo pipefail
@@ -30,7 +30,7 @@ esac
 # Options given on the command line come later and win.
 case "$target" in
   record_walk_fuzz) limits=(-max_len=8192 -rss_limit_mb=2048 -timeout=20 -close_fd_mask=3) ;;
-  symbol_list_fuzz) limits=(-max_len=4096 -rss_limit_mb=2048 -timeout=20 -close_fd_mask=3) ;;
+  symbol_list_fuzz|trace_marker_fuzz) limits=(-max_len=4096 -rss_limit_mb=2048 -timeout=20 -close_fd_mask=3) ;;
   *) limits=() ;;
 esac
 
