@@ -11,6 +11,7 @@
 
 #include "ConverterRun.h"
 #include "PerfDataBuilder.h"
+#include "PerfDump.h"
 #include "ProfileRows.h"
 
 namespace fs = std::filesystem;
@@ -23,42 +24,6 @@ std::string realFile(const std::string& name)
     return std::string(ZELCONV_REAL_DIR) + "/" + name;
 }
 
-// Every key a row refers to must name a row of the section it points into.
-std::vector<std::string> keyDisagreements(const std::string& document)
-{
-    std::set<uint64_t> processes, libraries, functions;
-    for (const RowValue& row : profileRows(document, "processes"))
-        processes.insert(row.items.at(0).number());
-    for (const RowValue& row : profileRows(document, "libraries"))
-        libraries.insert(row.items.at(0).number());
-    std::vector<RowValue> functionRows = profileRows(document, "functions");
-    for (const RowValue& row : functionRows)
-        functions.insert(row.items.at(0).number());
-
-    std::vector<std::string> problems;
-    auto mapOrSymbol = [&](uint64_t key, const std::string& where) {
-        if (libraries.count(key) == 0 && functions.count(key) == 0)
-            problems.push_back(where + " names no map or symbol: " + std::to_string(key));
-    };
-    for (const RowValue& row : functionRows)
-        for (const RowValue& mk : row.items.at(4).items)
-            if (libraries.count(mk.number()) == 0)
-                problems.push_back("mk names no map: " + mk.text);
-    for (const RowValue& row : profileRows(document, "libraries")) {
-        uint64_t pidKey = row.items.at(1).number();
-        if (pidKey != 0 && processes.count(pidKey) == 0)
-            problems.push_back("map pidkey names no process: " + row.items.at(1).text);
-    }
-    for (const RowValue& row : profileRows(document, "samples")) {
-        mapOrSymbol(row.items.at(2).number(), "mapkey of sample " + row.items.at(0).text);
-        if (processes.count(row.items.at(5).number()) == 0)
-            problems.push_back("pidkey names no process: " + row.items.at(5).text);
-        for (const RowValue& entry : row.items.at(7).items)
-            mapOrSymbol(entry.items.at(1).number(), "back-trace key of sample " + row.items.at(0).text);
-    }
-    return problems;
-}
-
 // The recordings name files of the machines they were made on; an nm that
 // lists nothing keeps this machine's files out of the result.
 void withSilentNm(ConverterRun& run)
@@ -66,56 +31,6 @@ void withSilentNm(ConverterRun& run)
     run.file("bin/nm", "#!/bin/sh\nexit 0\n");
     fs::permissions(run.path("bin/nm"), fs::perms::owner_all);
     run.prependPath(run.path("bin"));
-}
-
-struct PerfSample {
-    uint64_t size;
-    uint32_t cpu;
-    uint64_t time;
-    uint32_t tid;
-    uint64_t ip;
-    std::vector<uint64_t> chain;
-};
-
-// The samples of perf's raw dump, with their record sizes and raw call chains.
-std::vector<PerfSample> perfDump(const std::string& file)
-{
-    std::string command = "perf script -D -i '" + file + "' 2>/dev/null";
-    FILE* pipe = popen(command.c_str(), "r");
-    std::vector<PerfSample> samples;
-    if (pipe == nullptr)
-        return samples;
-    char line[4096];
-    while (fgets(line, sizeof line, pipe) != nullptr) {
-        // "CPU TIME 0xOFFSET [0xSIZE]: PERF_RECORD_SAMPLE(...): PID/TID: 0xIP period: ..."
-        unsigned int cpu, pid, tid;
-        unsigned long long time, offset, size, ip;
-        int entry;
-        unsigned long long address;
-        const char* kind = strstr(line, "]: PERF_RECORD_SAMPLE(");
-        if (kind != nullptr && sscanf(line, "%u %llu 0x%llx [0x%llx]", &cpu, &time, &offset, &size) == 4) {
-            const char* ids = strstr(kind, "): ");
-            if (ids != nullptr && sscanf(ids, "): %u/%u: 0x%llx", &pid, &tid, &ip) == 3)
-                samples.push_back({size, cpu, time, tid, ip, {}});
-        } else if (!samples.empty() && sscanf(line, "..... %d: %llx", &entry, &address) == 2) {
-            samples.back().chain.push_back(address);
-        }
-    }
-    pclose(pipe);
-    return samples;
-}
-
-// The back-trace the converter keeps of a raw chain: none for a single
-// entry, at most 15, and a small last value taken for a stray marker.
-std::vector<uint64_t> keptChain(std::vector<uint64_t> chain)
-{
-    if (chain.size() == 1)
-        chain.clear();
-    if (chain.size() > 15)
-        chain.resize(15);
-    if (!chain.empty() && chain.back() <= 0x100)
-        chain.pop_back();
-    return chain;
 }
 
 }  // namespace
@@ -130,7 +45,7 @@ TEST(RealRecordings, ConvertInProfileModeWithAgreeingKeys)
         RunResult r = run.run({"-i", realFile(name), "-b", "1000000"});
         ASSERT_EQ(r.status, 0) << name << "\n" << r.err;
         EXPECT_EQ(r.err, "") << name;
-        std::vector<std::string> problems = keyDisagreements(r.output);
+        std::vector<std::string> problems = profileKeyProblems(r.output);
         EXPECT_TRUE(problems.empty()) << name << ": " << problems.size() << " problems, first: " << problems[0];
     }
 }
@@ -140,7 +55,7 @@ TEST(RealRecordings, CallgraphSamplesMatchPerfScript)
     const std::string file = realFile("perf.data.callgraph-3.4");
     if (!fs::exists(file))
         GTEST_SKIP() << "real recordings not found in " << ZELCONV_REAL_DIR;
-    std::vector<PerfSample> reference = perfDump(file);
+    std::vector<PerfDumpSample> reference = perfDump(file);
     if (reference.empty())
         GTEST_SKIP() << "perf script is not available to read " << file;
 
@@ -157,7 +72,7 @@ TEST(RealRecordings, CallgraphSamplesMatchPerfScript)
         byTimeAndIp.emplace(std::make_pair(nanoseconds / 1000, row.items.at(1).number()), &row);
     }
     size_t compared = 0;
-    for (const PerfSample& sample : reference) {
+    for (const PerfDumpSample& sample : reference) {
         if (sample.size > 256)
             continue;  // longer records are taken for damage and skipped
         auto found = byTimeAndIp.find({sample.time / 1000, sample.ip});
@@ -189,6 +104,6 @@ TEST(RealRecordings, BuiltMixedRecordingHasAgreeingKeys)
                   .comm(12, 12, "late"));
     RunResult r = run.run({"-b", "5"});
     ASSERT_EQ(r.status, 0);
-    std::vector<std::string> problems = keyDisagreements(r.output);
+    std::vector<std::string> problems = profileKeyProblems(r.output);
     EXPECT_TRUE(problems.empty()) << problems.size() << " problems, first: " << problems[0];
 }

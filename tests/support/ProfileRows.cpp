@@ -1,5 +1,6 @@
 #include "ProfileRows.h"
 
+#include <set>
 #include <stdexcept>
 
 namespace {
@@ -100,4 +101,39 @@ std::vector<RowValue> profileRows(const std::string& document, const std::string
     if (data == std::string::npos)
         throw std::runtime_error("no data in " + section);
     return RowParser(document, data + 8).array().items;
+}
+
+std::vector<std::string> profileKeyProblems(const std::string& document)
+{
+    std::set<uint64_t> processes, libraries, functions;
+    for (const RowValue& row : profileRows(document, "processes"))
+        processes.insert(row.items.at(0).number());
+    for (const RowValue& row : profileRows(document, "libraries"))
+        libraries.insert(row.items.at(0).number());
+    std::vector<RowValue> functionRows = profileRows(document, "functions");
+    for (const RowValue& row : functionRows)
+        functions.insert(row.items.at(0).number());
+
+    std::vector<std::string> problems;
+    auto mapOrSymbol = [&](uint64_t key, const std::string& where) {
+        if (libraries.count(key) == 0 && functions.count(key) == 0)
+            problems.push_back(where + " names no map or symbol: " + std::to_string(key));
+    };
+    for (const RowValue& row : functionRows)
+        for (const RowValue& mk : row.items.at(4).items)
+            if (libraries.count(mk.number()) == 0)
+                problems.push_back("mk names no map: " + mk.text);
+    for (const RowValue& row : profileRows(document, "libraries")) {
+        uint64_t pidKey = row.items.at(1).number();
+        if (pidKey != 0 && processes.count(pidKey) == 0)
+            problems.push_back("map pidkey names no process: " + row.items.at(1).text);
+    }
+    for (const RowValue& row : profileRows(document, "samples")) {
+        mapOrSymbol(row.items.at(2).number(), "mapkey of sample " + row.items.at(0).text);
+        if (processes.count(row.items.at(5).number()) == 0)
+            problems.push_back("pidkey names no process: " + row.items.at(5).text);
+        for (const RowValue& entry : row.items.at(7).items)
+            mapOrSymbol(entry.items.at(1).number(), "back-trace key of sample " + row.items.at(0).text);
+    }
+    return problems;
 }

@@ -21,4 +21,9 @@ struct RowValue {
 // throws std::runtime_error when the section or its data array is not found.
 std::vector<RowValue> profileRows(const std::string& document, const std::string& section);
 
+// Every key a row refers to must name a row of the section it points into:
+// the map or symbol of each sample and back-trace entry, the process of each
+// sample and map, the maps of each symbol. One text for each that does not.
+std::vector<std::string> profileKeyProblems(const std::string& document);
+
 #endif
