@@ -12,6 +12,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include <gtest/gtest.h>
+
 #include "PerfDataBuilder.h"
 
 namespace fs = std::filesystem;
@@ -78,6 +80,32 @@ ConverterRun& ConverterRun::prependPath(const std::string& directory)
     return *this;
 }
 
+// With ZELCONV_KEEP_INPUTS set to a directory, every recording a test converts
+// is copied there, named after the test, so that other builds of the converter
+// can be run on the same inputs and their documents compared.
+static void keepInput(const std::string& dir, const std::vector<std::string>& args)
+{
+    const char* keep = getenv("ZELCONV_KEEP_INPUTS");
+    if (keep == nullptr || *keep == '\0')
+        return;
+    std::string input = "perf.data";
+    for (size_t i = 0; i + 1 < args.size(); i++)
+        if (args[i] == "-i")
+            input = args[i + 1];
+    fs::path source = fs::path(dir) / input;
+    std::error_code error;
+    if (!fs::is_regular_file(source, error))
+        return;
+    static int count = 0;
+    const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
+    std::string name = test != nullptr ? std::string(test->test_suite_name()) + "." + test->name() : "run";
+    for (char& c : name)
+        if (c == '/')
+            c = '_';
+    fs::copy_file(source, fs::path(keep) / (name + "." + std::to_string(++count) + ".data"),
+                  fs::copy_options::overwrite_existing, error);
+}
+
 RunResult ConverterRun::run(const std::vector<std::string>& args, const std::string& outputName)
 {
     std::string outPath = path("stdout.txt");
@@ -95,9 +123,14 @@ RunResult ConverterRun::run(const std::vector<std::string>& args, const std::str
     for (const auto& [name, value] : environment)
         envStrings.push_back(name + "=" + value);
 
-    std::vector<std::string> argStrings = {ZELCONV_BINARY};
+    // A cross-built converter runs through the emulator that runs the tests.
+    std::vector<std::string> argStrings;
+    if (*ZELCONV_EMULATOR != '\0')
+        argStrings.push_back(ZELCONV_EMULATOR);
+    argStrings.push_back(ZELCONV_BINARY);
     argStrings.insert(argStrings.end(), args.begin(), args.end());
 
+    keepInput(_dir, args);
     pid_t child = fork();
     if (child < 0)
         throw std::runtime_error("fork failed");

@@ -1,4 +1,4 @@
-execute_process(COMMAND ${MAKER} ${SCRATCH} RESULT_VARIABLE made)
+execute_process(COMMAND ${EMULATOR} ${MAKER} ${SCRATCH} RESULT_VARIABLE made)
 if(NOT made EQUAL 0)
   message(FATAL_ERROR "the example maker failed")
 endif()
