@@ -1,0 +1,82 @@
+#!/usr/bin/env bash
+# Converts the same recordings with two builds of zelconv, the host's and the
+# ARM cross build run under qemu-arm, and checks that the documents, the exit
+# statuses and the messages are byte for byte the same.
+#
+#   tests/tools/compare-targets.sh HOST_BUILD_DIR ARM_BUILD_DIR
+#
+# Inputs: the bundled example, the real recordings (when present), two larger
+# generated recordings, and every recording the host build's tests convert. Each is converted in profile and
+# timechart mode with a fixed base time, the machine's files taken from
+# tests/tools/sysroot so that nothing of the host leaks into the documents.
+set -euo pipefail
+
+if [ $# -ne 2 ]; then
+  echo "usage: $0 HOST_BUILD_DIR ARM_BUILD_DIR" >&2
+  exit 2
+fi
+source_dir=$(cd "$(dirname "$0")/../.." && pwd)
+host=$(realpath "$1/zelconv")
+arm=$(realpath "$2/zelconv")
+host_tests=$(realpath "$1/tests/zelconv_tests")
+read -r -a emulator <<<"${ZELCONV_EMULATOR:-qemu-arm}"
+real_dir=${ZELCONV_REAL_DIR:-/work/shared/real}
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+mkdir "$work/inputs" "$work/run"
+
+cp "$source_dir/examples/perf.data" "$work/inputs/example.data"
+for real in "$real_dir"/perf.data.*; do
+  [ -f "$real" ] && cp "$real" "$work/inputs/real-$(basename "$real").data"
+done
+# Two larger generated recordings: many processes, maps and samples, and a scheduler trace over several CPUs.
+"$1/bench/make_profile_recording" "$work/inputs/bench-profile.data" 20000 >/dev/null
+"$1/bench/make_sched_recording" "$work/inputs/bench-sched.data" 40000 4 40 >/dev/null
+ZELCONV_KEEP_INPUTS="$work/inputs" "$host_tests" --gtest_brief=1 >"$work/host-tests.log" 2>&1 || {
+  cat "$work/host-tests.log"
+  echo "the host build's tests failed" >&2
+  exit 1
+}
+
+# Many tests convert the same recording; keep one copy of each.
+sha256sum "$work"/inputs/*.data | sort | awk 'seen[$1]++ { print $2 }' | xargs -r rm --
+
+# Runs one build on one input in a fresh directory; leaves document, status and messages under $2.
+convert() {
+  local out=$1 input=$2
+  shift 2
+  rm -rf "$work/run" && mkdir "$work/run" && cp "$input" "$work/run/perf.data"
+  local status=0
+  (cd "$work/run" && env -i PATH="$PATH" ZELCONV_SYSROOT="$source_dir/tests/tools/sysroot" "$@" \
+    >stdout.txt 2>stderr.txt) 2>/dev/null || status=$?
+  mkdir -p "$out"
+  echo "$status" >"$out/status"
+  # qemu adds a line of its own when the program dies of a signal.
+  grep -v '^qemu: uncaught target signal' "$work/run/stderr.txt" >"$out/stderr" || true
+  mv "$work/run/stdout.txt" "$out/stdout"
+  if [ -f "$work/run/perf.json" ]; then mv "$work/run/perf.json" "$out/document"; fi
+}
+
+modes=("-b 5000.125" "-t -b 5000.125" "-t -z -l -W -R")
+inputs=("$work"/inputs/*.data)
+compared=0 differing=0 documents=0
+for input in "${inputs[@]}"; do
+  for mode in "${modes[@]}"; do
+    # shellcheck disable=SC2086
+    convert "$work/host" "$input" "$host" $mode
+    # shellcheck disable=SC2086
+    convert "$work/arm" "$input" "${emulator[@]}" "$arm" $mode
+    compared=$((compared + 1))
+    if [ -s "$work/host/document" ]; then documents=$((documents + 1)); fi
+    if ! diff -r "$work/host" "$work/arm" >"$work/diff" 2>&1; then
+      differing=$((differing + 1))
+      echo "DIFFERS: $(basename "$input") $mode"
+      head -c 2000 "$work/diff"
+      echo
+    fi
+    rm -rf "$work/host" "$work/arm"
+  done
+done
+echo "compared $compared conversions of ${#inputs[@]} recordings ($documents wrote a document): $differing differ"
+[ "$differing" -eq 0 ]
