@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 
@@ -65,7 +66,17 @@ void parseFinishTime(char* argument)
 
 void parseBypassDestruct(char*) { PerfFoundation::_bypassDestructor = true; }
 void parseDontBypassDestruct(char*) { PerfFoundation::_bypassDestructor = false; }
-void parseVerbose(char* argument) { gVerbosity = (uint32_t)strtol(argument, nullptr, 10); }
+// The level as strtol reads it into a 32-bit long: a value out of that range
+// saturates, where a 64-bit long would keep its low 32 bits (4294967296 would be 0).
+void parseVerbose(char* argument)
+{
+    long long level = strtoll(argument, nullptr, 10);
+    if (level > INT32_MAX)
+        level = INT32_MAX;
+    if (level < INT32_MIN)
+        level = INT32_MIN;
+    gVerbosity = (uint32_t)level;
+}
 void parseShowMarkers(char*) { gShowMarkers = true; }
 
 void parseShowHelp(char*)

@@ -20,6 +20,7 @@ void calcTimeConversion()
     fclose(file);
 
     struct timeval tv;
+    static_assert(sizeof tv.tv_sec == 8, "32-bit targets build with _TIME_BITS=64");
     gettimeofday(&tv, nullptr);
     double now = tv.tv_sec + tv.tv_usec / 1000000.0;
     systemStartTime = now - uptime;

@@ -68,6 +68,11 @@ TEST_F(OptionParsing, SwitchesAndValues)
     EXPECT_EQ(gtodAtStart, 12.5);
     parse({"-v", "many"});
     EXPECT_EQ(gVerbosity, 0u);
+    // Levels beyond a 32-bit long saturate on every word width.
+    parse({"-v", "4294967296"});
+    EXPECT_EQ(gVerbosity, 0x7FFFFFFFu);
+    parse({"-v", "-4294967297"});
+    EXPECT_EQ(gVerbosity, 0x80000000u);
 }
 
 TEST_F(OptionParsing, StartAndFinishWidenTheRangeByASecond)
