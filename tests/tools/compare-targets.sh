@@ -7,9 +7,10 @@
 #
 # Inputs: the bundled example, the real recordings (when present), two larger
 # generated recordings, and every recording the host build's tests convert
-# (with the recordings of this machine when ctest has made them). Each is converted in profile and
-# timechart mode with a fixed base time, the machine's files taken from
-# tests/tools/sysroot so that nothing of the host leaks into the documents.
+# (with the recordings of this machine when ctest has made them). Each is
+# converted in both modes with a fixed base time, and with other options and
+# kernel layouts; the machine's files are taken from tests/tools/sysroot so
+# that nothing of the host leaks into the documents.
 set -euo pipefail
 
 if [ $# -ne 2 ]; then
@@ -50,13 +51,19 @@ done
 # Many tests convert the same recording; keep one copy of each.
 sha256sum "$work"/inputs/*.data | sort | awk 'seen[$1]++ { print $2 }' | xargs -r rm --
 
-# Runs one build on one input in a fresh directory; leaves document, status and messages under $2.
+# Runs one build on one input in a fresh directory, with the variables of the
+# words "NAME=value" of the mode; leaves document, status and messages under $1.
 convert() {
-  local out=$1 input=$2
-  shift 2
+  local out=$1 input=$2 mode=$3
+  shift 3
+  local variables=() options=() word
+  for word in $mode; do
+    if [[ $word == *=* ]]; then variables+=("$word"); else options+=("$word"); fi
+  done
   rm -rf "$work/run" && mkdir "$work/run" && cp "$input" "$work/run/perf.data"
   local status=0
-  (cd "$work/run" && env -i PATH="$PATH" ZELCONV_SYSROOT="$source_dir/tests/tools/sysroot" "$@" \
+  (cd "$work/run" && env -i PATH="$PATH" ZELCONV_SYSROOT="$source_dir/tests/tools/sysroot" "${variables[@]}" \
+    "$@" "${options[@]}" \
     >stdout.txt 2>stderr.txt) 2>/dev/null || status=$?
   mkdir -p "$out"
   echo "$status" >"$out/status"
@@ -66,15 +73,15 @@ convert() {
   if [ -f "$work/run/perf.json" ]; then mv "$work/run/perf.json" "$out/document"; fi
 }
 
-modes=("-b 5000.125" "-t -b 5000.125" "-t -z -l -W -R")
+# Both modes, the other writer switches and the later kernel layouts; always
+# with a fixed base time, which would otherwise come from the clock.
+modes=("-b 5000.125" "-t -b 5000.125" "-t -z -l -W -R -b 5000.125" "kern_ver=3.10 -t -q -c 2 -g 7 -b 3" "ARM64=y -t -r -b 100" "CHIP=msm8960 -I -l -b 1.5")
 inputs=("$work"/inputs/*.data)
 compared=0 differing=0 documents=0
 for input in "${inputs[@]}"; do
   for mode in "${modes[@]}"; do
-    # shellcheck disable=SC2086
-    convert "$work/host" "$input" "$host" $mode
-    # shellcheck disable=SC2086
-    convert "$work/arm" "$input" "${emulator[@]}" "$arm" $mode
+    convert "$work/host" "$input" "$mode" "$host"
+    convert "$work/arm" "$input" "$mode" "${emulator[@]}" "$arm"
     compared=$((compared + 1))
     if [ -s "$work/host/document" ]; then documents=$((documents + 1)); fi
     if ! diff -r "$work/host" "$work/arm" >"$work/diff" 2>&1; then
