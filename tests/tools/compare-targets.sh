@@ -7,10 +7,10 @@
 #
 # Inputs: the bundled example, the real recordings (when present), two larger
 # generated recordings, and every recording the host build's tests convert
-# (with the recordings of this machine when ctest has made them). Each is
-# converted in both modes with a fixed base time, and with other options and
-# kernel layouts; the machine's files are taken from tests/tools/sysroot so
-# that nothing of the host leaks into the documents.
+# (with the recordings of this machine when ctest has made them), and damaged
+# copies of some. Each is converted in both modes with a fixed base time, and
+# with other options and kernel layouts; the machine's files are taken from
+# tests/tools/sysroot so that nothing of the host leaks into the documents.
 set -euo pipefail
 
 if [ $# -ne 2 ]; then
@@ -50,6 +50,22 @@ done
 
 # Many tests convert the same recording; keep one copy of each.
 sha256sum "$work"/inputs/*.data | sort | awk 'seen[$1]++ { print $2 }' | xargs -r rm --
+
+# Damaged copies of a few recordings: foreign bytes in names, counts and
+# payloads are where a char's signedness or a long's width would show.
+RANDOM=8
+for source in "$work"/inputs/{example,*TimechartFullDocument*,*SchedulerStory*,real-perf.data.armv7-3.4}.data; do
+  [ -f "$source" ] || continue
+  size=$(stat -c %s "$source")
+  for copy in 1 2 3 4 5 6 7 8; do
+    damaged="$work/inputs/damaged-$copy-$(basename "$source")"
+    cp "$source" "$damaged"
+    for _ in $(seq $((copy * 3))); do
+      printf "\\x$(printf %02x $((RANDOM % 256)))" |
+        dd of="$damaged" bs=1 seek=$((56 + (RANDOM * 32768 + RANDOM) % (size - 56))) conv=notrunc status=none
+    done
+  done
+done
 
 # Runs one build on one input in a fresh directory, with the variables of the
 # words "NAME=value" of the mode; leaves document, status and messages under $1.
