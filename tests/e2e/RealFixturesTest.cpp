@@ -33,13 +33,13 @@ std::string fixture(const std::string& name)
     return std::string(ZELCONV_REAL_FIXTURES) + "/" + name;
 }
 
-// Why the recordings are not there to check, or empty.
-std::string missingFixtures()
+// Why a recording ("profile" or "trace") is not there to check, or empty.
+std::string missingFixture(const std::string& kind)
 {
-    if (fs::exists(fixture("skip")))
-        return readFile(fixture("skip"));
-    if (!fs::exists(fixture("trace.evlist")))
-        return "no recordings in " + fixture("") + ": ctest makes them (test RealFixturesRecord)";
+    if (fs::exists(fixture(kind + ".skip")))
+        return readFile(fixture(kind + ".skip"));
+    if (!fs::exists(fixture(kind + ".data")))
+        return "no " + kind + " recording in " + fixture("") + ": ctest makes it (test RealFixturesRecord)";
     return "";
 }
 
@@ -222,7 +222,7 @@ RunResult convertTrace(ConverterRun& run)
 
 TEST(RealFixtures, ProfileSamplesMatchPerfScript)
 {
-    const std::string missing = missingFixtures();
+    const std::string missing = missingFixture("profile");
     if (!missing.empty())
         GTEST_SKIP() << missing;
     PerfFile file(readFile(fixture("profile.data")));
@@ -277,7 +277,7 @@ TEST(RealFixtures, ProfileSamplesMatchPerfScript)
 // switches away from the idle task were seen to be absent.)
 TEST(RealFixtures, SwitchesMatchPerfScript)
 {
-    const std::string missing = missingFixtures();
+    const std::string missing = missingFixture("trace");
     if (!missing.empty())
         GTEST_SKIP() << missing;
     ConverterRun run;
@@ -328,7 +328,7 @@ TEST(RealFixtures, SwitchesMatchPerfScript)
 // idle states and frequencies of the CPUs follow the power events.
 TEST(RealFixtures, InterruptsAndPowerMatchPerfScript)
 {
-    const std::string missing = missingFixtures();
+    const std::string missing = missingFixture("trace");
     if (!missing.empty())
         GTEST_SKIP() << missing;
     ConverterRun run;
