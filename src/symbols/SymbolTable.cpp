@@ -105,6 +105,23 @@ bool readLine(FILE* input, char* buffer, int size)
     return fgets(buffer, size, input) != nullptr || !ferror(input);
 }
 
+// Reads up to the next line that is not a mapping symbol and starts with an
+// address and a type letter; false at the end of the input or on a read error.
+bool nextListingLine(FILE* input, char* buffer, int size, unsigned long long& address, char& type)
+{
+    while (!feof(input)) {
+        if (!readLine(input, buffer, size))
+            return false;
+        if (isMappingSymbol(buffer))
+            continue;
+        address = 0;
+        type = 0;
+        if (parseAddressAndType(buffer, address, type) == 2)
+            return true;
+    }
+    return false;
+}
+
 std::string temporaryDirectory()
 {
     std::error_code error;
@@ -535,15 +552,9 @@ int SymbolTable::_readSorted(FILE* input, bool kernel)
     uint32_t count = 0;
     bool wide = false;
 
-    while (!feof(input)) {
-        if (!readLine(input, buffer, kLineBuffer))
-            break;
-        if (isMappingSymbol(buffer))
-            continue;
-        unsigned long long address = 0;
-        char type = 0;
-        if (parseAddressAndType(buffer, address, type) != 2)
-            continue;
+    unsigned long long address = 0;
+    char type = 0;
+    while (nextListingLine(input, buffer, kLineBuffer, address, type)) {
         if (count == 0 && (address >> 48) == 0xFFFF)
             wide = true;
         // A 32-bit kernel that hides its addresses lists them all as 0.
@@ -601,15 +612,9 @@ void SymbolTable::_readUnsorted(FILE* input, char* buffer, int bufferSize, uint6
         puts("Unsorted entries in SymbolTable");
     std::map<uint64_t, std::string> names;
     names[pendingAddress] = pendingName;
-    while (!feof(input)) {
-        if (!readLine(input, buffer, bufferSize))
-            break;
-        if (isMappingSymbol(buffer))
-            continue;
-        unsigned long long address = 0;
-        char type = 0;
-        if (parseAddressAndType(buffer, address, type) != 2)
-            continue;
+    unsigned long long address = 0;
+    char type = 0;
+    while (nextListingLine(input, buffer, bufferSize, address, type)) {
         if (type == '\0' || strchr(kValidSections, type) == nullptr)
             continue;
         char* name = findName(buffer);
