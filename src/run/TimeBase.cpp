@@ -9,15 +9,21 @@
 #include "Settings.h"
 #include "SystemFiles.h"
 
+// The uptime stream stays open for the rest of the run, holding its
+// descriptor, so the files opened later take the numbers after it. Only a
+// second call, which a run never makes, closes the stream of the first.
+static FILE* uptimeFile = nullptr;
+
 void calcTimeConversion()
 {
-    FILE* file = fopen(SystemFiles::path(SystemFiles::uptime).c_str(), "r");
-    if (file == nullptr)
+    if (uptimeFile != nullptr)
+        fclose(uptimeFile);
+    uptimeFile = fopen(SystemFiles::path(SystemFiles::uptime).c_str(), "r");
+    if (uptimeFile == nullptr)
         return;
     double uptime = 0.0;
     double idle = 0.0;
-    (void)fscanf(file, "%lf %lf", &uptime, &idle);
-    fclose(file);
+    (void)fscanf(uptimeFile, "%lf %lf", &uptime, &idle);
 
     struct timeval tv;
     static_assert(sizeof tv.tv_sec == 8, "32-bit targets build with _TIME_BITS=64");

@@ -96,6 +96,20 @@ TEST(DriverEndToEnd, VerboseRunEndsWithTheStatistics)
     EXPECT_EQ(r.out.substr(r.out.size() - 14), "Lost Bytes: 8\n");
 }
 
+// The uptime stream stays open through the run, on descriptor 3; the input
+// and the output take 4 and 5, and the mapped file's check the next one.
+// With every machine file present, no failed call has set errno.
+TEST(DriverEndToEnd, VerboseFileCheckShowsTheDescriptorAfterTheOpenStreams)
+{
+    ConverterRun run;
+    run.systemFile("/proc/uptime", "100.00 50.00\n").systemFile("/proc/kallsyms", "c0008000 T stext\n");
+    run.file("lib.so", "x");
+    run.input(B().mmap(10, 10, 0x40000, 0x1000, 0, run.path("lib.so")));
+    RunResult r = run.run({"-v", "1", "-b", "5"});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_NE(r.out.find("\ncheckFile " + run.path("lib.so") + "=6:0\n"), std::string::npos) << r.out;
+}
+
 TEST(DriverEndToEnd, WrongMagicAndShortHeaderAreProcessedAnyway)
 {
     ConverterRun run;

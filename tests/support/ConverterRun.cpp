@@ -143,6 +143,9 @@ RunResult ConverterRun::run(const std::vector<std::string>& args, const std::str
             _exit(126);
         dup2(outFd, 1);
         dup2(errFd, 2);
+        // Nothing but the standard streams is inherited, so that the
+        // converter's descriptors are numbered as when a shell starts it.
+        close_range(3, ~0U, 0);
         std::vector<char*> argv;
         for (auto& a : argStrings)
             argv.push_back(a.data());
