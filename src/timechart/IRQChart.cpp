@@ -11,6 +11,7 @@ using Entry = ChartEntryWriter;
 
 IRQChart::IRQChart(int irq) : _irq(irq) {}
 
+// The series have one place per CPU; a sample of any other CPU is dropped.
 void IRQChart::addValue(unsigned long long time, int value, int cpu)
 {
     double x;

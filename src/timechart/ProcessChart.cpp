@@ -48,6 +48,14 @@ ProcessChart::ProcessChart(int pid) : _pid(pid), _ppid(pid)
     }
 }
 
+// The running series has one place per CPU. A CPU number beyond them stores
+// nothing here, while the status's other series still get their samples.
+void ProcessChart::_addRunning(unsigned int cpu, ChartEntryS sample)
+{
+    if (cpu < kCpus)
+        _running[cpu].push_back(sample);
+}
+
 // A task is in one state at a time, so entering one writes 0 into the others.
 // Samples at one time keep the order written here through the stable sort.
 void ProcessChart::addStatus(unsigned long long time, unsigned int status, unsigned int cpu, unsigned int sub)
@@ -58,13 +66,9 @@ void ProcessChart::addStatus(unsigned long long time, unsigned int status, unsig
     const bool issue =
         status >= TimechartManager::kStatusIssue && status < TimechartManager::kStatusIssue + kIssueKinds;
     const unsigned int value = issue && sub == 1 ? 2 : 1;
-    // The scheduler's statuses name a CPU; one beyond the tables is dropped.
-    if (status <= TimechartManager::kStatusNotRunning && cpu >= kCpus)
-        return;
-
     switch (status) {
     case TimechartManager::kStatusRunning: {
-        _running[cpu].push_back({x, value});
+        _addRunning(cpu, {x, value});
         // The CPU that still has this task as its last one gets a 0 at the same instant.
         const int from = TimechartManager::Instance()->pidMigratedFrom(_pid, (int)cpu);
         if (from != -1)
@@ -76,17 +80,17 @@ void ProcessChart::addStatus(unsigned long long time, unsigned int status, unsig
     case TimechartManager::kStatusWaitIo:
         _waitIo.push_back({x, value});
         _waitCpu.push_back({x, 0});
-        _running[cpu].push_back({x, 0});
+        _addRunning(cpu, {x, 0});
         break;
     case TimechartManager::kStatusWaitCpu:
         _waitCpu.push_back({x, value});
         _waitIo.push_back({x, 0});
-        _running[cpu].push_back({x, 0});
+        _addRunning(cpu, {x, 0});
         break;
     case TimechartManager::kStatusNotRunning:
         _waitCpu.push_back({x, 0});
         _waitIo.push_back({x, 0});
-        _running[cpu].push_back({x, 0});
+        _addRunning(cpu, {x, 0});
         break;
     case TimechartManager::kStatusWaitGpu:
         _waitGpu.push_back({x, value});

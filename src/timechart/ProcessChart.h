@@ -42,6 +42,7 @@ public:
     std::vector<ChartEntryS> _l2Counters[kL2Counters];
 
 private:
+    void _addRunning(unsigned int cpu, ChartEntryS sample);
     void _sortSeries();
     void _outRunning(PerfJSONWriter& writer, const std::string& label, const std::string& treeId, unsigned int show);
     void _outWaits(PerfJSONWriter& writer, const std::string& label, const std::string& treeId, unsigned int show);

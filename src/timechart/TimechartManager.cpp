@@ -120,22 +120,21 @@ ProcessChart* TimechartManager::_processChart(int pid, bool& made)
 bool TimechartManager::addStatusToProcessChart(unsigned long long time, int pid, int status, int cpu,
                                                unsigned int sub)
 {
-    if (!_isCpu(cpu))
-        return false;
     bool made;
     _processChart(pid, made)->addStatus(time, (unsigned int)status, (unsigned int)cpu, sub);
     return made;
 }
 
 // The first counter sample of each CPU, whichever task it belongs to, is
-// dropped; its task still gets a chart.
+// dropped; its task still gets a chart. A CPU beyond the flags' places never
+// counts as started, so all of its samples are dropped.
 bool TimechartManager::addCountersToProcessChart(unsigned long long time, int cpu, int pid, unsigned int cycles,
                                                  unsigned int* l1, unsigned int* l2)
 {
-    if (!_isCpu(cpu))
-        return false;
     bool made;
     ProcessChart* chart = _processChart(pid, made);
+    if (!_isCpu(cpu))
+        return made;
     if (!_counterStarted[cpu]) {
         _counterStarted[cpu] = true;
         return made;
@@ -144,10 +143,9 @@ bool TimechartManager::addCountersToProcessChart(unsigned long long time, int cp
     return made;
 }
 
+// CPU charts are kept by number, so any CPU number gets its chart.
 bool TimechartManager::addValueToCPUChart(unsigned long long time, int cpu, int kind, int value)
 {
-    if (!_isCpu(cpu))
-        return false;
     CPUChart* chart = getCPUChart(cpu);
     const bool made = chart == nullptr;
     if (made)
@@ -168,10 +166,10 @@ bool TimechartManager::addStatusToGPUChart(unsigned long long time, int dimensio
     return made;
 }
 
+// The chart is made whatever the CPU, so that the caller stores the name;
+// the chart itself drops a sample of a CPU beyond its series.
 bool TimechartManager::addValueToIRQChart(unsigned long long time, int irq, int value, int cpu)
 {
-    if (!_isCpu(cpu))
-        return false;
     IRQChart* chart = getIRQChart(irq);
     const bool made = chart == nullptr;
     if (made)
@@ -203,6 +201,7 @@ void TimechartManager::setProcessName(int pid, const std::string& name, bool for
     chart->_name = name;
 }
 
+// A CPU beyond the table's places is not remembered.
 void TimechartManager::setLastPidForCpu(int pid, int cpu)
 {
     if (_isCpu(cpu))
@@ -210,22 +209,20 @@ void TimechartManager::setLastPidForCpu(int pid, int cpu)
 }
 
 // The entry of the CPU that was left stays until that CPU's next switch.
+// Any `cpu` may ask: only the table's own places are looked at.
 int TimechartManager::pidMigratedFrom(int pid, int cpu)
 {
-    if (!_isCpu(cpu))
-        return -1;
     for (int other = 0; other < kCpus; other++)
         if (other != cpu && _lastPid[other] == pid)
             return other;
     return -1;
 }
 
+// A CPU beyond the table's places saves nothing, and reads back 0, not busy.
 void TimechartManager::saveLastStateForCPU(int cpu)
 {
-    if (!_isCpu(cpu))
-        return;
     CPUChart* chart = getCPUChart(cpu);
-    if (chart != nullptr)
+    if (chart != nullptr && _isCpu(cpu))
         _lastState[cpu] = chart->getBusyState();
 }
 

@@ -4,9 +4,9 @@
 // that spans charts: which task each CPU last ran, each CPU's busy value at
 // interrupt entry, interrupt names and counter names. It owns every chart.
 //
-// CPUs are numbered 0 to 15. A fact about any other CPU number is dropped
-// before any chart is found or made, so that no per-CPU table is indexed
-// outside its places.
+// The per-CPU tables have 16 places. A fact about a CPU beyond them still
+// makes and feeds the charts kept by number; only the accesses to those
+// tables are guarded, each where it happens.
 #ifndef ZELCONV_TIMECHARTMANAGER_H
 #define ZELCONV_TIMECHARTMANAGER_H
 

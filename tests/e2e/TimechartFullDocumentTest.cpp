@@ -173,4 +173,60 @@ TEST_P(TimechartFullDocument, EveryKindOfEntryInItsOrder)
 
 INSTANTIATE_TEST_SUITE_P(Layouts, TimechartFullDocument, testing::Bool());
 
+// CPUs 16 and 31 lie beyond the 16-place tables (last task, saved busy value,
+// counter flags, the process's and interrupt's per-CPU series): those stay
+// untouched, while the charts kept by number are made and fed as for any CPU.
+TEST(TimechartFullDocument, CpusBeyondTheTablesFeedTheChartsKeptByNumber)
+{
+    B b = B().attributes(112);
+    b.eventType(kSwitch, "sched:sched_switch").eventType(kCounters, "perf_trace_counters:sched_switch_with_ctrs");
+    b.eventType(kIdle, "power:cpu_idle").eventType(kFrequency, "power:cpu_frequency");
+    b.eventType(kIrqEntry, "irq:irq_handler_entry").eventType(kIrqExit, "irq:irq_handler_exit");
+    auto at = [&b](int tenths, uint32_t cpu, uint16_t type, const std::string& body) {
+        b.tracepoint(0, 1, 1, (uint64_t)tenths * 100000000ull, cpu, payload::raw(type, 0, body, false));
+    };
+    const uint32_t l1[4] = {1, 2, 3, 4}, l2[2] = {5, 6};
+    b.comm(100, 100, "app");
+    at(10, 15, kSwitch, payload::schedSwitch(0, 0, 100));
+    // Task 100 moves to CPU 16: CPU 15's row and busy series close, and CPU 16 is busy.
+    at(11, 16, kSwitch, payload::schedSwitch(0, 0, 100));
+    at(11, 16, kCounters, payload::switchWithCounters(100, 0, 5, l1, l2));  // no counter flag for CPU 16: dropped
+    at(12, 31, kFrequency, B::u32(1512000) + B::u32(16));                    // for CPU 16
+    at(13, 31, kIdle, B::u32(0) + B::u32(31));
+    // The interrupt's chart, and so its name, comes from CPU 31, whose series it cannot hold.
+    at(14, 31, kIrqEntry, payload::irqEntry(40, "gpio", false));
+    at(15, 31, kIrqExit, B::u32(40) + B::u32(0));  // CPU 31's saved busy value reads as 0
+    at(16, 15, kIrqEntry, payload::irqEntry(40, "other", false));
+    at(17, 15, kIrqExit, B::u32(40) + B::u32(0));
+    at(18, 0, kFrequency, B::u32(800000) + B::u32(15));
+
+    ConverterRun run;
+    run.input(b);
+    RunResult r = run.run({"-t", "-q"});
+    ASSERT_EQ(r.status, 0) << r.out << r.err;
+    auto cpu = [](int n, const char* series, const std::string& rest) {
+        const std::string c = std::to_string(n);
+        const bool busy = *series == 'b';
+        return "{\"id\":\"cpu-" + c + "-" + series + "\",\"name\":\"CPU " + c +
+               (busy ? " Busy\",\"treeId\":\"b_" : " Frequency\",\"treeId\":\"f_") + c +
+               (busy ? "_cpu_root\",\"type\":\"binary\",\"class\":\"cpu:busy\",\"show\":1,"
+                     : "_cpu_root\",\"type\":\"bar\",\"class\":\"cpu:freq\",\"show\":1,\"tip\":\"MHz\",") +
+               "\"hints\":{},\"data\":[" + rest + "]}";
+    };
+    const std::string expected =
+        "\n{\"entries\":[\n" +
+        cpu(15, "b", "[1.000000,1],[1.100000,0],[1.600000,1],[1.700000,0]") + "\n," +
+        cpu(15, "f", "[1.800000,800]") + "\n," + cpu(16, "b", "[1.100000,1]") + "\n," +
+        cpu(16, "f", "[1.200000,1512]") + "\n," + cpu(31, "b", "[1.400000,1],[1.500000,0]") +
+        "\n,{\"id\":\"cpu-31-s-0\",\"name\":\"CPU 31 Idle State\",\"treeId\":\"s_31_cpu_root\",\"type\":\"binary\","
+        "\"class\":\"cpu:idle\",\"show\":1,\"tip\":\"Wait For Interrupt\","
+        "\"hints\":{\"white\":\"#ffffdc\",\"black\":\"#555555\"},\"data\":[[1.300000,1]]}"
+        "\n,{\"id\":\"irq-40-15\",\"name\":\"gpio\",\"treeId\":\"40_irq_root\",\"type\":\"binary\",\"class\":\"irq\","
+        "\"show\":0,\"tip\":\"Running on CPU 15\",\"hints\":{},\"data\":[[1.600000,1],[1.700000,0]]}"
+        "\n,{\"id\":\"proc-100-r15\",\"name\":\"100 - app\",\"treeId\":\"100_proc_root\",\"type\":\"binary\","
+        "\"class\":\"proc:running\",\"show\":0,\"tip\":\"Running on CPU 15\",\"hints\":{},"
+        "\"data\":[[1.000000, 1],[1.100000, 0]]},]}\n";
+    EXPECT_EQ(r.output, expected);
+}
+
 }  // namespace

@@ -60,7 +60,8 @@ protected:
 // (The whole timechart documents cover frequency and the GPU waits in both
 // layouts.) Idle states from 2 up and leaving idle are dropped by the chart. Nested
 // interrupts: the inner entry saves the 1 of the outer, so the CPU stays busy
-// after both exits. An interrupt on a CPU beyond the tables stores nothing.
+// after both exits. An interrupt on a CPU beyond the tables makes its charts
+// and stores its name, but no interrupt sample.
 TEST_P(InterruptAndGpuDecoders, CpuAndInterruptEvents)
 {
     const bool k = short310();
@@ -81,10 +82,14 @@ TEST_P(InterruptAndGpuDecoders, CpuAndInterruptEvents)
     ASSERT_NE(cpu2, nullptr);
     EXPECT_EQ(samples(cpu2->_idle[0]) + "|" + samples(cpu2->_idle[1]) + "|" + samples(cpu2->_idle[2]), "10:1||11:1");
     EXPECT_EQ(samples(manager().getCPUChart(3)->_busy), "20:1 21:1 22:1 23:1");
-    EXPECT_EQ(manager()._cpuCharts.size(), 2u);
-    ASSERT_EQ(manager()._irqCharts.size(), 1u);
+    ASSERT_EQ(manager()._cpuCharts.size(), 3u);
+    EXPECT_EQ(samples(manager().getCPUChart(16)->_busy), "26:1");
+    ASSERT_EQ(manager()._irqCharts.size(), 3u);
     EXPECT_EQ(samples(manager().getIRQChart(33)->_series[3]), "20:1 21:1 22:0 23:0");
-    EXPECT_EQ(manager()._irqNames, (std::map<int, std::string>{{33, "mmc0"}}));
+    for (int irq : {35, 1003})
+        for (const auto& series : manager().getIRQChart(irq)->_series)
+            EXPECT_TRUE(series.empty()) << irq;
+    EXPECT_EQ(manager()._irqNames, (std::map<int, std::string>{{33, "mmc0"}, {35, "beyond"}}));
     for (const char* line : {"PRSE: cpu_idle.state=1, cpu_id=7\n", "PRSE: cpu_idle.state=4294967295, cpu_id=7\n",
                              "PRSE: Found irq_handler_entry\n"})
         EXPECT_NE(out.find(line), std::string::npos) << line;

@@ -106,7 +106,8 @@ TEST_F(Charts, GpuEntriesWithoutTips)
 }
 
 // A soft interrupt takes its name from the soft interrupt names. A series of
-// only zeros still writes its entry; CPUs from 4 up have no colours.
+// only zeros still writes its entry; CPUs from 4 up have no colours. A CPU
+// beyond the series makes the chart all the same, and stores nothing in it.
 TEST_F(Charts, IrqEntryPerCpu)
 {
     manager().addSirqName(3, "NET_RX");
@@ -114,8 +115,8 @@ TEST_F(Charts, IrqEntryPerCpu)
     EXPECT_FALSE(manager().addValueToIRQChart(ns(1.0), 1003, 1, 1));
     EXPECT_FALSE(manager().addValueToIRQChart(ns(3.0), 1003, 0, 5));
     EXPECT_FALSE(manager().addValueToIRQChart(ns(3.0), 1003, 1, 16));
-    EXPECT_FALSE(manager().addValueToIRQChart(ns(3.0), 77, 1, -1));
-    EXPECT_EQ(manager()._irqCharts.size(), 1u);
+    EXPECT_TRUE(manager().addValueToIRQChart(ns(3.0), 77, 1, -1));
+    EXPECT_EQ(manager()._irqCharts.size(), 2u);
     EXPECT_EQ(entriesOf([&](PerfJSONWriter& w) { manager().outIRQCharts(w); }),
               "\n{\"id\":\"irq-1003-1\",\"name\":\"NET_RX\",\"treeId\":\"1003_irq_root\",\"type\":\"binary\","
               "\"class\":\"irq\",\"show\":0,\"tip\":\"Running on CPU 1\","

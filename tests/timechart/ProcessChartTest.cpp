@@ -31,7 +31,7 @@ std::string series(const ProcessChart& chart)
 class ProcessChartTest : public TimechartFixture {};
 
 // Each status sent at 1.5 to a fresh chart, and the series it writes. A CPU
-// beyond the tables drops the scheduler's statuses; the others name no CPU.
+// beyond the running series' places writes only the other series.
 TEST_F(ProcessChartTest, EachStatusWritesItsSeries)
 {
     const struct {
@@ -42,7 +42,8 @@ TEST_F(ProcessChartTest, EachStatusWritesItsSeries)
                  {2, 2, 1, "r2=15:0; w=15:1; d=15:0"},  // sub only matters for issues
                  {4, 2, 1, "g=15:1"},  {5, 2, 0, "g=15:0"},  {10, 2, 0, "i0=15:1"}, {11, 2, 1, "i1=15:2"},
                  {12, 2, 2, "i2=15:1"}, {13, 2, 1, "i3=15:2"}, {6, 2, 0, ""}, {14, 2, 1, ""},
-                 {0, 16, 0, ""}, {1, 16, 0, ""}, {2, 16, 0, ""}, {3, 0xFFFFFFFFu, 0, ""}, {4, 99, 0, "g=15:1"}};
+                 {0, 16, 0, "w=15:0; d=15:0"}, {1, 16, 0, "w=15:0; d=15:1"},
+                 {2, 16, 0, "w=15:1; d=15:0"}, {3, 0xFFFFFFFFu, 0, "w=15:0; d=15:0"}, {4, 99, 0, "g=15:1"}};
     for (const auto& c : cases) {
         ProcessChart chart(kPid);
         chart.addStatus(ns(1.5), c.status, c.cpu, c.sub);

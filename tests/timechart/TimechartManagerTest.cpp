@@ -13,7 +13,8 @@ class TimechartManagerTest : public TimechartFixture {};
 // The hand-over state of each CPU: the last pid, where migrations look at
 // the other CPUs lowest first, and the busy state, which starts at zero and
 // is saved only from an existing chart (saving makes none). A CPU beyond the
-// tables is dropped everywhere.
+// tables has no place in them, but its charts are made and a migration to it
+// still finds the task's last CPU.
 TEST_F(TimechartManagerTest, HandOverStateOfEachCpu)
 {
     EXPECT_EQ(manager().pidMigratedFrom(0, 3), 0);  // every CPU starts with pid 0
@@ -37,15 +38,16 @@ TEST_F(TimechartManagerTest, HandOverStateOfEachCpu)
     unsigned int l1[4] = {1, 2, 3, 4}, l2[2] = {5, 6};
     for (int cpu : {16, 17, 1000, -1}) {
         manager().setLastPidForCpu(5, cpu);
-        EXPECT_EQ(manager().pidMigratedFrom(77, cpu), -1);
+        EXPECT_EQ(manager().pidMigratedFrom(77, cpu), 2);
+        EXPECT_TRUE(manager().addValueToCPUChart(1, cpu, 40, 1));
         manager().saveLastStateForCPU(cpu);
         EXPECT_EQ(manager().getLastStateForCPU(cpu), 0);
-        EXPECT_FALSE(manager().addValueToCPUChart(1, cpu, 40, 1));
-        EXPECT_FALSE(manager().addStatusToProcessChart(1, 7302, 0, cpu, 0));
-        EXPECT_FALSE(manager().addCountersToProcessChart(1, cpu, 7302, 9, l1, l2));
+        EXPECT_EQ(manager().addStatusToProcessChart(1, 7302, 0, cpu, 0), cpu == 16);
+        EXPECT_FALSE(manager().addCountersToProcessChart(2, cpu, 7302, 9, l1, l2));
+        EXPECT_FALSE(manager().addCountersToProcessChart(3, cpu, 7302, 9, l1, l2));
     }
-    EXPECT_EQ(manager()._cpuCharts.size(), 1u);
-    EXPECT_TRUE(manager()._processCharts.empty());
+    EXPECT_EQ(manager()._cpuCharts.size(), 5u);
+    EXPECT_TRUE(manager().getProcessChart(7302)->_cycleCounter.empty());
     for (int cpu = 0; cpu < TimechartManager::kCpus; cpu++)
         EXPECT_EQ(manager()._lastPid[cpu], cpu == 2 ? 77 : cpu == 5 ? 78 : 0) << cpu;
 }
@@ -82,9 +84,19 @@ TEST_F(TimechartManagerTest, ProcessInterruptAndCounterNames)
     EXPECT_EQ(manager().getIRQName(0), "IRQ");
     manager().outIrqNames();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "IRQ name not found: 1001\nIRQ name not found: 0\n999:\t timer\n");
-    // Indexes beyond a counter group name nothing.
-    manager()._l1CounterNames[3] = "l1d";
-    manager()._l2CounterNames[1] = "l2";
+    // Each group and index has its own name; indexes beyond a group name nothing.
+    manager()._cycleCounterName = "cycles";
+    const char* l1[4] = {"l1a", "l1b", "l1c", "l1d"};
+    const char* l2[2] = {"l2a", "l2b"};
+    for (unsigned int i = 0; i < 4; i++)
+        manager()._l1CounterNames[i] = l1[i];
+    for (unsigned int i = 0; i < 2; i++)
+        manager()._l2CounterNames[i] = l2[i];
+    EXPECT_EQ(manager().getCounterName(0, 3), "cycles");
+    for (unsigned int i = 0; i < 4; i++)
+        EXPECT_EQ(manager().getCounterName(1, i), l1[i]);
+    for (unsigned int i = 0; i < 2; i++)
+        EXPECT_EQ(manager().getCounterName(2, i), l2[i]);
     EXPECT_EQ(manager().getCounterName(1, 4), "");
     EXPECT_EQ(manager().getCounterName(2, 2), "");
     EXPECT_EQ(manager().getCounterName(3, 0), "");
