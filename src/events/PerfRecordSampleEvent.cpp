@@ -144,18 +144,27 @@ void PerfRecordSampleEvent::readEvents(PerfReader& reader, PerfRecordHeaderS* he
 
     PerfEventTypeS entry;
     memset(&entry, 0, sizeof entry);
+    bool atEnd = false;
     for (uint32_t i = 0; i < count; i++) {
-        // A short read leaves the rest of the entry as it was.
-        const int got = reader.read((char*)&entry, (int)sizeof entry);
-        entry.name[sizeof entry.name - 1] = '\0';
+        // Once a read has given nothing, every further read would too and
+        // would store the same entry again: nothing more is read or stored,
+        // and each remaining entry only prints its diagnostics, so that a
+        // count that a damaged header made huge costs nothing at verbosity 0.
+        const bool reading = !atEnd;
+        if (reading) {
+            // A short read leaves the rest of the entry as it was.
+            atEnd = reader.read((char*)&entry, (int)sizeof entry) <= 0;
+            entry.name[sizeof entry.name - 1] = '\0';
+        } else if (gVerbosity == 0) {
+            break;
+        } else {
+            reader.announceRead((int)sizeof entry);
+        }
         if (gVerbosity != 0)
             printf("readEvent: i:%04lld n:%s\n", (long long)entry.event_id, entry.name);
-        _storeFunction(entry.event_id, findFunction(entry.name));
-        // At the end of the input every further read gives nothing, and the
-        // same entry would only be stored again; stop instead of spinning
-        // through a count that a damaged header made huge.
-        if (got <= 0)
-            break;
+        PerfRecordCreateFn function = findFunction(entry.name);
+        if (reading)
+            _storeFunction(entry.event_id, function);
     }
 }
 

@@ -16,7 +16,7 @@ int PerfMemoryReader::open(const char* name)
 
 int PerfMemoryReader::read(char* buffer, int size)
 {
-    _announceRead(size);
+    announceRead(size);
     if (!_open)
         return -1;
     size_t wanted = size < 0 ? 0 : (size_t)size;

@@ -31,7 +31,7 @@ int PerfReader::open(const char* name)
     return _fd > 0 ? 0 : -1;
 }
 
-void PerfReader::_announceRead(int size)
+void PerfReader::announceRead(int size)
 {
     if (gVerbosity > 1)
         printf("PerfReader:size:%d\n", size);
@@ -41,7 +41,7 @@ void PerfReader::_announceRead(int size)
 
 int PerfReader::read(char* buffer, int size)
 {
-    _announceRead(size);
+    announceRead(size);
     if (_fd <= 0)
         return -1;
     const size_t wanted = size < 0 ? 0 : (size_t)size;

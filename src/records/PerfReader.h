@@ -22,10 +22,10 @@ public:
     // Seeks from the start of the file; the offset is sign-extended.
     virtual void seek(int offset);
 
-protected:
     // The diagnostics every read prints before it touches the input.
-    void _announceRead(int size);
+    void announceRead(int size);
 
+protected:
     int _fd;
     int _lastRead;
 

@@ -144,6 +144,28 @@ TEST_F(EventRegistry, TableEndsAtTheDataSectionOrTheInput)
     EXPECT_EQ(functions()[4], &PRSE_sched_wakeup::factory);
 }
 
+// A table that runs past the end of the input: the entry read last is
+// stored, and each of the 24 places prints what its read and look-up print.
+TEST_F(EventRegistry, EntriesPastTheEndOfTheInputRepeatTheirDiagnostics)
+{
+    gVerbosity = 2;
+    testing::internal::CaptureStdout();
+    readTable(B().eventType(7, "sched:sched_wakeup").dataOffset(104 + 24 * 72));
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(functions()[7], &PRSE_sched_wakeup::factory);
+    const std::string head = "PerfReader:size:56\nSeek to 68 (0+68) c:24\n";
+    const std::string first = "PerfReader:size:72\nreadEvent: i:0007 n:sched:sched_wakeup\n";
+    const std::string match = "findFunction cmp sched:sched_wakeup:sched:sched_wakeup\n";
+    const size_t end = out.find(match);
+    ASSERT_EQ(out.compare(0, head.size() + first.size(), head + first), 0) << out;
+    ASSERT_NE(end, std::string::npos) << out;
+    const std::string block = out.substr(head.size(), end + match.size() - head.size());
+    std::string expected = head;
+    for (int i = 0; i < 24; i++)
+        expected += block;
+    EXPECT_EQ(out, expected);
+}
+
 // No table, a number outside it or one without a decoder: nothing decoded.
 TEST_F(EventRegistry, EventsWithoutDecoderGiveNothing)
 {
