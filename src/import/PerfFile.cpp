@@ -144,11 +144,11 @@ void PerfFile::readFile()
         _error = "the perf.data header names sections that lie outside the file";
         return;
     }
-    if (attrSize < 16 + PERF_ATTR_SIZE_VER0 || attrSize > all.size()) {
+    if (attrSize < 16 + PERF_ATTR_SIZE_VER0) {
         _error = "the perf.data header gives an attribute size of " + std::to_string(attrSize);
         return;
     }
-    for (uint64_t at = attrsOffset; at + attrSize <= attrsOffset + attrsSize; at += attrSize) {
+    for (uint64_t at = attrsOffset; attrsOffset + attrsSize - at >= attrSize; at += attrSize) {
         const uint64_t idsOffset = get<uint64_t>(all, at + attrSize - 16), idsSize = get<uint64_t>(all, at + attrSize - 8);
         if (!inside(idsOffset, idsSize, all.size())) {
             _error = "an attribute's ids lie outside the file";
