@@ -19,11 +19,11 @@ struct TraceFormat;
 class Importer {
 public:
     // The most call-chain entries that a plain sample of 256 bytes holds.
-    static const size_t kChainFits = 25;
+    static constexpr size_t kChainFits = 25;
     // The most raw bytes that a trace-point sample of 256 bytes holds.
-    static const size_t kRawFits = 204;
+    static constexpr size_t kRawFits = 204;
     // The converter's per-CPU tables have this many places.
-    static const uint32_t kCpus = 16;
+    static constexpr uint32_t kCpus = 16;
 
     explicit Importer(const PerfFile& file);
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Converts the same recordings with two builds of zelconv, the host's and the
 # ARM cross build run under qemu-arm, and checks that the documents, the exit
-# statuses and the messages are byte for byte the same.
+# statuses and the messages are byte for byte the same; likewise for
+# zelconv-import over perf's own recordings and damaged copies of them.
 #
 #   tests/tools/compare-targets.sh HOST_BUILD_DIR ARM_BUILD_DIR
 #
@@ -20,13 +21,15 @@ fi
 source_dir=$(cd "$(dirname "$0")/../.." && pwd)
 host=$(realpath "$1/zelconv")
 arm=$(realpath "$2/zelconv")
+host_import=$(realpath "$1/zelconv-import")
+arm_import=$(realpath "$2/zelconv-import")
 host_tests=$(realpath "$1/tests/zelconv_tests")
 read -r -a emulator <<<"${ZELCONV_EMULATOR:-qemu-arm}"
 real_dir=${ZELCONV_REAL_DIR:-/work/shared/real}
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-mkdir "$work/inputs" "$work/run"
+mkdir "$work/inputs" "$work/run" "$work/perf"
 
 cp "$source_dir/examples/perf.data" "$work/inputs/example.data"
 for real in "$real_dir"/perf.data.*; do
@@ -110,4 +113,48 @@ for input in "${inputs[@]}"; do
   done
 done
 echo "compared $compared conversions of ${#inputs[@]} recordings ($documents wrote a document): $differing differ"
-[ "$differing" -eq 0 ]
+
+# The importer over recordings as perf writes them: the real ones, this
+# machine's (file and pipe), the fuzz seeds, and damaged copies of a few.
+for real in "$real_dir"/perf.data.* "$1"/tests/real-fixtures/*.data "$source_dir"/fuzz/seeds/import/*; do
+  [ -f "$real" ] && cp "$real" "$work/perf/$(basename "$real")"
+done
+for source in "$work"/perf/*; do
+  size=$(stat -c %s "$source")
+  [ "$size" -gt 200 ] || continue
+  for copy in 1 2 3; do
+    damaged="$work/perf/damaged-$copy-$(basename "$source")"
+    cp "$source" "$damaged"
+    for _ in $(seq $((copy * 4))); do
+      printf "\\x$(printf %02x $((RANDOM % 256)))" |
+        dd of="$damaged" bs=1 seek=$((16 + (RANDOM * 32768 + RANDOM) % (size - 16))) conv=notrunc status=none
+    done
+  done
+done
+# Runs one build of the importer on one input; leaves output, status and messages under $1.
+import() {
+  local out=$1 input=$2
+  shift 2
+  rm -rf "$work/run" && mkdir "$work/run" "$out"
+  local status=0
+  (cd "$work/run" && env -i PATH="$PATH" "$@" "$input" out.data >stdout.txt 2>stderr.txt) 2>/dev/null || status=$?
+  echo "$status" >"$out/status"
+  grep -v '^qemu: uncaught target signal' "$work/run/stderr.txt" >"$out/stderr" || true
+  mv "$work/run/stdout.txt" "$out/stdout"
+  if [ -f "$work/run/out.data" ]; then mv "$work/run/out.data" "$out/output"; fi
+}
+imported=0 import_differing=0
+for input in "$work"/perf/*; do
+  import "$work/host" "$input" "$host_import"
+  import "$work/arm" "$input" "${emulator[@]}" "$arm_import"
+  imported=$((imported + 1))
+  if ! diff -r "$work/host" "$work/arm" >"$work/diff" 2>&1; then
+    import_differing=$((import_differing + 1))
+    echo "DIFFERS: zelconv-import $(basename "$input")"
+    head -c 2000 "$work/diff"
+    echo
+  fi
+  rm -rf "$work/host" "$work/arm"
+done
+echo "compared $imported imports: $import_differing differ"
+[ "$differing" -eq 0 ] && [ "$import_differing" -eq 0 ]
