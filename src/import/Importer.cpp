@@ -165,6 +165,9 @@ void Importer::describeEvents(PerfDataBuilder& out)
         for (const TraceFormat& format : tracing.formats())
             formats.emplace(format.id, &format);
     }
+    std::unordered_map<uint64_t, const std::string*> typeNames;
+    for (const auto& [typeId, typeName] : _file.eventTypes())
+        typeNames.emplace(typeId, &typeName);
     std::set<uint64_t> used;
     for (const PerfAttr& attr : _file.attrs())
         if (attr.attr.type == PERF_TYPE_TRACEPOINT && attr.attr.config < kEventTableSize)
@@ -180,9 +183,9 @@ void Importer::describeEvents(PerfDataBuilder& out)
             event.name = format->second->name;
         if (event.name.empty())
             event.name = attr.name;
-        for (const auto& [typeId, typeName] : _file.eventTypes())
-            if (event.name.empty() && typeId == id)
-                event.name = typeName;
+        auto typeName = typeNames.find(id);
+        if (event.name.empty() && typeName != typeNames.end())
+            event.name = *typeName->second;
         if (event.name.empty())
             event.name = "trace-point " + std::to_string(id);
         event.decoded = std::find_if(std::begin(kDecodedEvents), std::end(kDecodedEvents), [&](const char* name) {
@@ -199,7 +202,7 @@ void Importer::describeEvents(PerfDataBuilder& out)
         if (event.writtenId < kEventTableSize)
             out.eventType(event.writtenId, event.name);
         if (event.decoded && format != formats.end())
-            checkPayloadLayout(event.name, *format->second);
+            keepFormat(event.name, *format->second);
         _events.emplace(id, event);
     }
 }
@@ -363,16 +366,57 @@ void Importer::writeSample(const PerfFileRecord& record, PerfDataBuilder& out)
     _lastTime = std::max(_lastTime, sample.time);
 }
 
-// zelconv reads a trace-point's fields from a fixed place behind the common
-// fields: byte 12 of the raw data for kernels before 3.10, byte 8 from 3.10.
-void Importer::checkPayloadLayout(const std::string& name, const TraceFormat& format)
+// The fields that zelconv's decoders read, by their offset from the payload's
+// start: byte 12 of the raw data for kernels before 3.10, byte 8 from 3.10 on
+// and always in the 64-bit kernel's layouts (the second offset, where the
+// decoder has one).
+namespace {
+
+struct FieldUse {
+    const char* event;
+    const char* field;
+    uint32_t offset;
+    uint32_t offset64;  // 0: the event has no layout of its own for a 64-bit kernel
+};
+
+const FieldUse kFieldUses[] = {
+    {"sched:sched_switch", "prev_pid", 16, 16},   {"sched:sched_switch", "prev_state", 24, 24},
+    {"sched:sched_switch", "next_pid", 44, 48},   {"sched:sched_wakeup", "pid", 16, 0},
+    {"sched:sched_wakeup_new", "pid", 16, 0},     {"task:task_newtask", "pid", 0, 0},
+    {"task:task_newtask", "comm", 4, 4},          {"task:task_newtask", "clone_flags", 20, 24},
+    {"task:task_rename", "pid", 0, 0},            {"task:task_rename", "newcomm", 20, 0},
+    {"power:cpu_idle", "state", 0, 0},            {"power:cpu_idle", "cpu_id", 4, 0},
+    {"power:cpu_frequency", "state", 0, 0},       {"power:cpu_frequency", "cpu_id", 4, 0},
+    {"irq:irq_handler_entry", "irq", 0, 0},       {"irq:irq_handler_entry", "name", 4, 0},
+    {"irq:irq_handler_exit", "irq", 0, 0},        {"irq:softirq_entry", "vec", 0, 0},
+    {"irq:softirq_exit", "vec", 0, 0},
+};
+
+}  // namespace
+
+std::vector<std::string> Importer::payloadProblems(const std::string& env) const
 {
-    uint32_t payload = UINT32_MAX;
-    for (const TraceField& field : format.fields)
-        if (field.name.compare(0, 7, "common_") != 0)
-            payload = std::min(payload, field.offset);
-    if (payload != UINT32_MAX)
-        _payloadStarts[name] = payload;
+    unsigned major = 0, minor = 0;
+    const bool before310 = sscanf(env.c_str(), "kern_ver=%u.%u", &major, &minor) == 2 && major * 100 + minor < 310;
+    const bool is64 = env.find("ARM64=y") != std::string::npos;
+    std::vector<std::string> problems;
+    for (const FieldUse& use : kFieldUses) {
+        auto format = _formats.find(use.event);
+        if (format == _formats.end())
+            continue;
+        const bool own64 = is64 && (std::string(use.event) == "sched:sched_switch" ||
+                                    std::string(use.event) == "task:task_newtask");
+        const uint32_t expected = own64 ? 8 + (use.offset64 != 0 ? use.offset64 : use.offset)
+                                        : (before310 ? 12 : 8) + use.offset;
+        const TraceField* field = format->second.field(use.field);
+        if (field == nullptr)
+            problems.push_back(std::string(use.event) + " has no field " + use.field + ", which zelconv reads");
+        else if (field->offset != expected)
+            problems.push_back(std::string(use.event) + " has its field " + use.field + " at byte " +
+                               std::to_string(field->offset) + " of its raw data; zelconv reads it at byte " +
+                               std::to_string(expected));
+    }
+    return problems;
 }
 
 std::string Importer::environment() const
@@ -436,14 +480,8 @@ std::string Importer::summary() const
              "not affected");
     // The environment decides where zelconv looks for a trace-point's fields.
     const std::string env = environment();
-    unsigned major = 0, minor = 0;
-    const bool before310 = sscanf(env.c_str(), "kern_ver=%u.%u", &major, &minor) == 2 && major * 100 + minor < 310;
-    const uint32_t expected = before310 ? 12 : 8;
-    for (const auto& [name, start] : _payloadStarts)
-        if (start != expected)
-            line("payload layout: the fields of " + name + " start at byte " + std::to_string(start) +
-                 " of its raw data, where zelconv with this environment reads them from byte " +
-                 std::to_string(expected));
+    for (const std::string& problem : payloadProblems(env))
+        line("payload layout: " + problem + " under " + env);
     line(env);
     return out;
 }

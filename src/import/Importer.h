@@ -10,11 +10,12 @@
 #include <map>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "PerfFile.h"
+#include "TracingData.h"
 
 class PerfDataBuilder;
-struct TraceFormat;
 
 class Importer {
 public:
@@ -48,7 +49,9 @@ private:
     void writeFork(std::string_view body, PerfDataBuilder& out);
     void writeMmap(const PerfFileRecord& record, std::string_view body, PerfDataBuilder& out);
     void drop(const std::string& reason) { _dropped[reason]++; }
-    void checkPayloadLayout(const std::string& name, const TraceFormat& format);
+    void keepFormat(const std::string& name, const TraceFormat& format) { _formats.emplace(name, format); }
+    // Fields of decoded events that do not lie where zelconv reads them under `env`.
+    std::vector<std::string> payloadProblems(const std::string& env) const;
 
     const PerfFile& _file;
     std::unordered_map<uint64_t, TraceEvent> _events;  // by the kernel's event number
@@ -57,7 +60,7 @@ private:
     std::map<uint32_t, uint64_t> _read;
     std::map<std::string, uint64_t> _written, _dropped;
     std::string _tracingProblem;
-    std::map<std::string, uint32_t> _payloadStarts;  // where each decoded event's own fields begin
+    std::map<std::string, TraceFormat> _formats;  // of the decoded events, by name
     uint64_t _chainsTrimmed = 0, _namesShortened = 0, _highMaps = 0, _highSamples = 0;
     uint64_t _firstTime = UINT64_MAX, _lastTime = 0;
     unsigned _longSize = 0;

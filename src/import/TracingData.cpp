@@ -108,9 +108,9 @@ bool TracingData::parseFormat(std::string_view text, const std::string& group, T
             if (field == std::string_view::npos)
                 continue;
             std::string_view declaration = trimmed(line.substr(field + 6, line.find(';', field) - field - 6));
-            const size_t bracket = declaration.find('[');
-            if (bracket != std::string_view::npos)
-                declaration = trimmed(declaration.substr(0, bracket));
+            // "char prev_comm[16]" and "__data_loc char[] name" both name their last word.
+            if (!declaration.empty() && declaration.back() == ']')
+                declaration = trimmed(declaration.substr(0, declaration.rfind('[')));
             const size_t space = declaration.find_last_of(" *");
             TraceField f;
             f.name = std::string(space == std::string_view::npos ? declaration : declaration.substr(space + 1));
