@@ -5,6 +5,7 @@
 #include <set>
 #include <vector>
 
+#include "LittleEndian.h"
 #include "PerfDataBuilder.h"
 #include "TracingData.h"
 
@@ -34,15 +35,6 @@ const uint64_t kTraceStreamId = 0x100;
 // Longest names that keep a MMAP (40 bytes of fields) or COMM (8) record
 // within 256 bytes with the name's NUL and padding.
 const size_t kMmapNameFits = 256 - 48 - 1, kCommNameFits = 256 - 16 - 1;
-
-template <typename T>
-T get(std::string_view bytes, size_t offset)
-{
-    T value{};
-    if (offset <= bytes.size() && sizeof value <= bytes.size() - offset)
-        memcpy(&value, bytes.data() + offset, sizeof value);
-    return value;
-}
 
 std::string textAt(std::string_view body, size_t offset)
 {
@@ -231,7 +223,7 @@ void Importer::run(PerfDataBuilder& out)
                 time = sample.time;
         } else if (!_file.trailerTime(record, time) &&
                    (record.type == PERF_RECORD_FORK || record.type == PERF_RECORD_EXIT)) {
-            time = get<uint64_t>(_file.body(record), 16);
+            time = fieldAt<uint64_t>(_file.body(record), 16);
         }
         last = time;
         order.push_back({time, i});
@@ -263,7 +255,7 @@ void Importer::run(PerfDataBuilder& out)
 
 void Importer::writeComm(std::string_view body, PerfDataBuilder& out)
 {
-    const uint32_t pid = get<uint32_t>(body, 0), tid = get<uint32_t>(body, 4);
+    const uint32_t pid = fieldAt<uint32_t>(body, 0), tid = fieldAt<uint32_t>(body, 4);
     std::string name = textAt(body, 8);
     if (name.size() > kCommNameFits) {
         name.resize(kCommNameFits);
@@ -279,7 +271,7 @@ void Importer::writeComm(std::string_view body, PerfDataBuilder& out)
 // as perf shows it.
 void Importer::writeFork(std::string_view body, PerfDataBuilder& out)
 {
-    const uint32_t pid = get<uint32_t>(body, 0), tid = get<uint32_t>(body, 8), parentTid = get<uint32_t>(body, 12);
+    const uint32_t pid = fieldAt<uint32_t>(body, 0), tid = fieldAt<uint32_t>(body, 8), parentTid = fieldAt<uint32_t>(body, 12);
     auto parent = _threadNames.find(parentTid);
     if (parent == _threadNames.end() || parentTid == tid) {
         drop("FORK: parent has no name");
@@ -301,8 +293,8 @@ void Importer::writeFork(std::string_view body, PerfDataBuilder& out)
 // inode (or build id), protection and flags before the name.
 void Importer::writeMmap(const PerfFileRecord& record, std::string_view body, PerfDataBuilder& out)
 {
-    const uint32_t pid = get<uint32_t>(body, 0), tid = get<uint32_t>(body, 4);
-    const uint64_t start = get<uint64_t>(body, 8), length = get<uint64_t>(body, 16), pgoff = get<uint64_t>(body, 24);
+    const uint32_t pid = fieldAt<uint32_t>(body, 0), tid = fieldAt<uint32_t>(body, 4);
+    const uint64_t start = fieldAt<uint64_t>(body, 8), length = fieldAt<uint64_t>(body, 16), pgoff = fieldAt<uint64_t>(body, 24);
     std::string name = textAt(body, record.type == PERF_RECORD_MMAP ? 32 : 64);
     if (name.size() > kMmapNameFits) {
         name.resize(kMmapNameFits);

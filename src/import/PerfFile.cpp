@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "LittleEndian.h"
+
 namespace {
 
 // Header features that this reader uses; a set bit in the header's feature
@@ -18,15 +20,6 @@ enum Feature : uint64_t {
 
 const size_t kFileHeaderSize = 104, kPipeHeaderSize = 16;
 
-template <typename T>
-T get(std::string_view bytes, size_t offset)
-{
-    T value{};
-    if (offset <= bytes.size() && sizeof value <= bytes.size() - offset)
-        memcpy(&value, bytes.data() + offset, sizeof value);
-    return value;
-}
-
 // Whether [offset, offset + size) lies inside a buffer of `total` bytes.
 bool inside(uint64_t offset, uint64_t size, size_t total)
 {
@@ -37,7 +30,7 @@ bool inside(uint64_t offset, uint64_t size, size_t total)
 // characters; advances `at`. Empty and `ok` false when it does not fit.
 std::string perfString(std::string_view data, size_t& at, bool& ok)
 {
-    const uint32_t length = get<uint32_t>(data, at);
+    const uint32_t length = fieldAt<uint32_t>(data, at);
     if (at > data.size() || data.size() - at < 4 || !inside(at + 4, length, data.size())) {
         ok = false;
         return "";
@@ -54,13 +47,13 @@ public:
     bool ok() const { return _ok; }
     uint64_t u64()
     {
-        const uint64_t value = get<uint64_t>(_body, _at);
+        const uint64_t value = fieldAt<uint64_t>(_body, _at);
         skip(8);
         return value;
     }
     uint32_t u32()
     {
-        const uint32_t value = get<uint32_t>(_body, _at);
+        const uint32_t value = fieldAt<uint32_t>(_body, _at);
         skip(4);
         return value;
     }
@@ -96,7 +89,7 @@ const uint64_t kTrailerFields = PERF_SAMPLE_TID | PERF_SAMPLE_TIME | PERF_SAMPLE
 
 uint64_t PerfSample::chainEntry(size_t i) const
 {
-    return get<uint64_t>(callchain, i * 8);
+    return fieldAt<uint64_t>(callchain, i * 8);
 }
 
 PerfFile::PerfFile(std::string bytes) : _bytes(std::move(bytes))
@@ -118,7 +111,7 @@ PerfFile::PerfFile(std::string bytes) : _bytes(std::move(bytes))
         _error = "not a perf.data recording";
         return;
     }
-    const uint64_t headerSize = get<uint64_t>(_bytes, 8);
+    const uint64_t headerSize = fieldAt<uint64_t>(_bytes, 8);
     if (headerSize == kPipeHeaderSize) {
         _pipe = true;
         readPipe();
@@ -135,10 +128,10 @@ PerfFile::PerfFile(std::string bytes) : _bytes(std::move(bytes))
 void PerfFile::readFile()
 {
     const std::string_view all(_bytes);
-    const uint64_t attrSize = get<uint64_t>(all, 16), attrsOffset = get<uint64_t>(all, 24),
-                   attrsSize = get<uint64_t>(all, 32), dataOffset = get<uint64_t>(all, 40),
-                   dataSize = get<uint64_t>(all, 48), typesOffset = get<uint64_t>(all, 56),
-                   typesSize = get<uint64_t>(all, 64);
+    const uint64_t attrSize = fieldAt<uint64_t>(all, 16), attrsOffset = fieldAt<uint64_t>(all, 24),
+                   attrsSize = fieldAt<uint64_t>(all, 32), dataOffset = fieldAt<uint64_t>(all, 40),
+                   dataSize = fieldAt<uint64_t>(all, 48), typesOffset = fieldAt<uint64_t>(all, 56),
+                   typesSize = fieldAt<uint64_t>(all, 64);
     if (!inside(attrsOffset, attrsSize, all.size()) || !inside(dataOffset, dataSize, all.size()) ||
         !inside(typesOffset, typesSize, all.size())) {
         _error = "the perf.data header names sections that lie outside the file";
@@ -149,7 +142,7 @@ void PerfFile::readFile()
         return;
     }
     for (uint64_t at = attrsOffset; attrsOffset + attrsSize - at >= attrSize; at += attrSize) {
-        const uint64_t idsOffset = get<uint64_t>(all, at + attrSize - 16), idsSize = get<uint64_t>(all, at + attrSize - 8);
+        const uint64_t idsOffset = fieldAt<uint64_t>(all, at + attrSize - 16), idsSize = fieldAt<uint64_t>(all, at + attrSize - 8);
         if (!inside(idsOffset, idsSize, all.size())) {
             _error = "an attribute's ids lie outside the file";
             return;
@@ -158,16 +151,16 @@ void PerfFile::readFile()
     }
     for (uint64_t at = typesOffset; at + 72 <= typesOffset + typesSize; at += 72) {
         const std::string_view name = all.substr(at + 8, 64);
-        _eventTypes.emplace_back(get<uint64_t>(all, at), std::string(name.substr(0, name.find('\0'))));
+        _eventTypes.emplace_back(fieldAt<uint64_t>(all, at), std::string(name.substr(0, name.find('\0'))));
     }
 
     const uint64_t tableOffset = dataOffset + dataSize;
     size_t index = 0;
     for (uint64_t feature = 0; feature < kFeatureBits; feature++) {
-        if ((get<uint64_t>(all, 72 + feature / 64 * 8) >> (feature % 64) & 1) == 0)
+        if ((fieldAt<uint64_t>(all, 72 + feature / 64 * 8) >> (feature % 64) & 1) == 0)
             continue;
         const uint64_t entry = tableOffset + 16 * index++;
-        const uint64_t offset = get<uint64_t>(all, entry), size = get<uint64_t>(all, entry + 8);
+        const uint64_t offset = fieldAt<uint64_t>(all, entry), size = fieldAt<uint64_t>(all, entry + 8);
         if (!inside(entry, 16, all.size()) || !inside(offset, size, all.size())) {
             _error = "the perf.data header names feature sections that lie outside the file";
             return;
@@ -190,9 +183,9 @@ void PerfFile::readRecords(size_t begin, size_t end)
     _records.reserve((end - begin) / 64);
     for (size_t at = begin; at < end;) {
         PerfFileRecord record;
-        record.type = get<uint32_t>(all, at);
-        record.misc = get<uint16_t>(all, at + 4);
-        record.size = get<uint16_t>(all, at + 6);
+        record.type = fieldAt<uint32_t>(all, at);
+        record.misc = fieldAt<uint16_t>(all, at + 4);
+        record.size = fieldAt<uint16_t>(all, at + 6);
         record.offset = at;
         if (end - at < 8 || record.size < 8 || record.size > end - at) {
             _damage = "the data is cut or damaged at byte " + std::to_string(at) + ": " + std::to_string(end - at) +
@@ -205,9 +198,9 @@ void PerfFile::readRecords(size_t begin, size_t end)
         // record outside its size.
         uint64_t trailing = 0;
         if (record.type == kAuxtrace)
-            trailing = get<uint64_t>(body, 0);
+            trailing = fieldAt<uint64_t>(body, 0);
         else if (_pipe && record.type == kHeaderTracingData)
-            trailing = get<uint32_t>(body, 0);
+            trailing = fieldAt<uint32_t>(body, 0);
         if (trailing > end - next) {
             _damage = "the data is cut at byte " + std::to_string(next) + ", inside the " +
                       std::to_string(trailing) + " bytes that follow a record of type " + std::to_string(record.type);
@@ -215,7 +208,7 @@ void PerfFile::readRecords(size_t begin, size_t end)
         }
         if (_pipe) {
             if (record.type == kHeaderAttr) {
-                const uint32_t attrBytes = get<uint32_t>(body, 4);
+                const uint32_t attrBytes = fieldAt<uint32_t>(body, 4);
                 if (attrBytes < PERF_ATTR_SIZE_VER0 || attrBytes > body.size()) {
                     _error = "an attribute record at byte " + std::to_string(at) + " is malformed";
                     return;
@@ -225,9 +218,9 @@ void PerfFile::readRecords(size_t begin, size_t end)
                 _tracingData = all.substr(next, trailing);
             } else if (record.type == kHeaderEventType && body.size() >= 8) {
                 const std::string_view name = body.substr(8, 64);
-                _eventTypes.emplace_back(get<uint64_t>(body, 0), std::string(name.substr(0, name.find('\0'))));
+                _eventTypes.emplace_back(fieldAt<uint64_t>(body, 0), std::string(name.substr(0, name.find('\0'))));
             } else if (record.type == kHeaderFeature && body.size() >= 8) {
-                readFeature(get<uint64_t>(body, 0), body.substr(8));
+                readFeature(fieldAt<uint64_t>(body, 0), body.substr(8));
             }
         }
         _records.push_back(record);
@@ -250,19 +243,19 @@ void PerfFile::readFeature(uint64_t feature, std::string_view data)
         _arch = perfString(data, at, ok);
         break;
     case kFeatureCpus:
-        _cpusOnline = get<uint32_t>(data, 4);
+        _cpusOnline = fieldAt<uint32_t>(data, 4);
         break;
     case kFeatureEventDesc: {
         // Per event: the attribute, its id count, its name, its ids.
-        const uint32_t events = get<uint32_t>(data, 0), attrBytes = get<uint32_t>(data, 4);
+        const uint32_t events = fieldAt<uint32_t>(data, 0), attrBytes = fieldAt<uint32_t>(data, 4);
         at = 8;
         for (uint32_t i = 0; i < events && ok && attrBytes >= 8 && inside(at, attrBytes + 4ull, data.size()); i++) {
-            const uint32_t ids = get<uint32_t>(data, at + attrBytes);
+            const uint32_t ids = fieldAt<uint32_t>(data, at + attrBytes);
             at += attrBytes + 4;
             std::string name = perfString(data, at, ok);
             if (!ok || !inside(at, ids * 8ull, data.size()))
                 break;
-            auto byId = ids != 0 ? _attrOfId.find(get<uint64_t>(data, at)) : _attrOfId.end();
+            auto byId = ids != 0 ? _attrOfId.find(fieldAt<uint64_t>(data, at)) : _attrOfId.end();
             const size_t index = byId != _attrOfId.end() ? byId->second : i;
             if (index < _attrs.size())
                 _attrs[index].name = std::move(name);
@@ -280,7 +273,7 @@ void PerfFile::addAttr(std::string_view attr, size_t attrBytes, std::string_view
     PerfAttr out;
     memcpy(&out.attr, attr.data(), std::min(attrBytes, sizeof out.attr));
     for (size_t at = 0; at + 8 <= ids.size(); at += 8) {
-        out.ids.push_back(get<uint64_t>(ids, at));
+        out.ids.push_back(fieldAt<uint64_t>(ids, at));
         _attrOfId.emplace(out.ids.back(), _attrs.size());
     }
     _attrs.push_back(std::move(out));
@@ -313,7 +306,7 @@ PerfFile::SampleResult PerfFile::sample(const PerfFileRecord& record, PerfSample
                               : 8 * bits(first & (PERF_SAMPLE_IP | PERF_SAMPLE_TID | PERF_SAMPLE_TIME | PERF_SAMPLE_ADDR));
         if (at + 8 > body.size())
             return kSampleShort;
-        out.attr = attrById(get<uint64_t>(body, at));
+        out.attr = attrById(fieldAt<uint64_t>(body, at));
         if (out.attr == nullptr)
             return kSampleNoAttr;
     }
@@ -404,7 +397,7 @@ const PerfAttr* PerfFile::trailerAttr(std::string_view body, size_t& trailerSize
             (first & PERF_SAMPLE_IDENTIFIER) != 0 ? 1 : 1 + bits(first & (PERF_SAMPLE_CPU | PERF_SAMPLE_STREAM_ID));
         if (8 * fromEnd > body.size())
             return nullptr;
-        attr = attrById(get<uint64_t>(body, body.size() - 8 * fromEnd));
+        attr = attrById(fieldAt<uint64_t>(body, body.size() - 8 * fromEnd));
         if (attr == nullptr || !attr->attr.sample_id_all)
             return nullptr;
     }
@@ -421,7 +414,7 @@ bool PerfFile::trailerTime(const PerfFileRecord& record, uint64_t& time) const
     const PerfAttr* attr = trailerAttr(body, size);
     if (attr == nullptr || (attr->attr.sample_type & PERF_SAMPLE_TIME) == 0)
         return false;
-    time = get<uint64_t>(body, body.size() - size + ((attr->attr.sample_type & PERF_SAMPLE_TID) ? 8 : 0));
+    time = fieldAt<uint64_t>(body, body.size() - size + ((attr->attr.sample_type & PERF_SAMPLE_TID) ? 8 : 0));
     return true;
 }
 

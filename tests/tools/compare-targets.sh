@@ -54,20 +54,27 @@ done
 # Many tests convert the same recording; keep one copy of each.
 sha256sum "$work"/inputs/*.data | sort | awk 'seen[$1]++ { print $2 }' | xargs -r rm --
 
+# damage SOURCE COPIES FLIPS KEEP: damaged copies beside SOURCE, copy n with
+# n * FLIPS random bytes behind its first KEEP bytes.
+damage() {
+  local source=$1 copies=$2 flips=$3 keep=$4 size copy damaged
+  size=$(stat -c %s "$source")
+  [ "$size" -gt "$keep" ] || return 0
+  for copy in $(seq "$copies"); do
+    damaged="$(dirname "$source")/damaged-$copy-$(basename "$source")"
+    cp "$source" "$damaged"
+    for _ in $(seq $((copy * flips))); do
+      printf "\\x$(printf %02x $((RANDOM % 256)))" |
+        dd of="$damaged" bs=1 seek=$((keep + (RANDOM * 32768 + RANDOM) % (size - keep))) conv=notrunc status=none
+    done
+  done
+}
+
 # Damaged copies of a few recordings: foreign bytes in names, counts and
 # payloads are where a char's signedness or a long's width would show.
 RANDOM=8
 for source in "$work"/inputs/{example,*TimechartFullDocument*,*SchedulerStory*,real-perf.data.armv7-3.4}.data; do
-  [ -f "$source" ] || continue
-  size=$(stat -c %s "$source")
-  for copy in 1 2 3 4 5 6 7 8; do
-    damaged="$work/inputs/damaged-$copy-$(basename "$source")"
-    cp "$source" "$damaged"
-    for _ in $(seq $((copy * 3))); do
-      printf "\\x$(printf %02x $((RANDOM % 256)))" |
-        dd of="$damaged" bs=1 seek=$((56 + (RANDOM * 32768 + RANDOM) % (size - 56))) conv=notrunc status=none
-    done
-  done
+  [ -f "$source" ] && damage "$source" 8 3 56
 done
 
 # Runs one build on one input in a fresh directory, with the variables of the
@@ -120,16 +127,7 @@ for real in "$real_dir"/perf.data.* "$1"/tests/real-fixtures/*.data "$source_dir
   [ -f "$real" ] && cp "$real" "$work/perf/$(basename "$real")"
 done
 for source in "$work"/perf/*; do
-  size=$(stat -c %s "$source")
-  [ "$size" -gt 200 ] || continue
-  for copy in 1 2 3; do
-    damaged="$work/perf/damaged-$copy-$(basename "$source")"
-    cp "$source" "$damaged"
-    for _ in $(seq $((copy * 4))); do
-      printf "\\x$(printf %02x $((RANDOM % 256)))" |
-        dd of="$damaged" bs=1 seek=$((16 + (RANDOM * 32768 + RANDOM) % (size - 16))) conv=notrunc status=none
-    done
-  done
+  damage "$source" 3 4 16
 done
 # Runs one build of the importer on one input; leaves output, status and messages under $1.
 import() {
