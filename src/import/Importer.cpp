@@ -153,7 +153,8 @@ void Importer::describeEvents(PerfDataBuilder& out)
     TracingData tracing(_file.tracingData());
     if (!_file.tracingData().empty()) {
         _tracingProblem = tracing.error();
-        _longSize = tracing.longSize();
+        _longSize = tracing.kernelLongSize() != 0 ? tracing.kernelLongSize() : tracing.longSize();
+        _kernelWidthKnown = tracing.kernelLongSize() != 0;
         for (const TraceFormat& format : tracing.formats())
             formats.emplace(format.id, &format);
     }
@@ -419,11 +420,11 @@ std::string Importer::environment() const
         out += "kern_ver=" + version + " ";
     static const std::set<std::string> arch64 = {"aarch64", "arm64", "x86_64", "ppc64", "ppc64le", "mips64",
                                                   "riscv64", "s390x", "sparc64", "loongarch64"};
-    bool is64 = false;
-    if (!_file.arch().empty())
+    // The kernel's own word width where the tracing data shows it: a 32-bit
+    // perf on a 64-bit kernel reports a 32-bit machine ("armv8l").
+    bool is64 = _longSize == 8;
+    if (!_kernelWidthKnown && !_file.arch().empty())
         is64 = arch64.count(_file.arch()) != 0;
-    else
-        is64 = _longSize == 8;
     out += is64 ? "ARM64=y" : "ARM64=n";
     return out;
 }

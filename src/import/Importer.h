@@ -63,7 +63,8 @@ private:
     std::map<std::string, TraceFormat> _formats;  // of the decoded events, by name
     uint64_t _chainsTrimmed = 0, _namesShortened = 0, _highMaps = 0, _highSamples = 0;
     uint64_t _firstTime = UINT64_MAX, _lastTime = 0;
-    unsigned _longSize = 0;
+    unsigned _longSize = 0;  // of the recording kernel, or else of the perf that recorded
+    bool _kernelWidthKnown = false;
 };
 
 #endif

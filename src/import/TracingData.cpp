@@ -146,7 +146,13 @@ TracingData::TracingData(std::string_view bytes)
             _error = std::string("the tracing data lacks its ") + name;
             return;
         }
-        in.bytes(in.number<uint64_t>());
+        const std::string_view text = in.bytes(in.number<uint64_t>());
+        // The page header's commit counter is the kernel's own long.
+        TraceFormat page;
+        parseFormat(text, "", page);
+        const TraceField* commit = page.field("commit");
+        if (commit != nullptr && (commit->size == 4 || commit->size == 8))
+            _kernelLongSize = commit->size;
     }
     const uint32_t ftraceCount = in.number<uint32_t>();
     for (uint32_t i = 0; i < ftraceCount && in.ok(); i++)

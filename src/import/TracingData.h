@@ -29,8 +29,10 @@ public:
     explicit TracingData(std::string_view bytes);
 
     const std::string& error() const { return _error; }
-    // The width of the recording kernel's long (4 or 8), 0 when not known.
+    // The width of a long (4 or 8) in the perf that recorded, and in its
+    // kernel, which can differ (a 32-bit perf on a 64-bit kernel); 0 when not known.
     unsigned longSize() const { return _longSize; }
+    unsigned kernelLongSize() const { return _kernelLongSize; }
     const std::vector<TraceFormat>& formats() const { return _formats; }
 
     // Parses one event's format text ("name: ...\nID: ...\nformat:\n\tfield:...").
@@ -38,7 +40,7 @@ public:
 
 private:
     std::string _error;
-    unsigned _longSize = 0;
+    unsigned _longSize = 0, _kernelLongSize = 0;
     std::vector<TraceFormat> _formats;
 };
 
