@@ -20,8 +20,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Importer importer(file);
     importer.run(out);
     const std::string bytes = out.bytes();
-    const std::string summary = importer.summary();
-    if (summary.empty() || summary.back() != '\n')
+    const std::string summary = importer.summary() + importer.environment();
+    if (summary.empty() || summary.find("ARM64=") == std::string::npos)
         abort();
 
     uint64_t dataOffset = 0;

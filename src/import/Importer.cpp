@@ -475,6 +475,5 @@ std::string Importer::summary() const
     const std::string env = environment();
     for (const std::string& problem : payloadProblems(env))
         line("payload layout: " + problem + " under " + env);
-    line(env);
     return out;
 }

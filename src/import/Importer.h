@@ -30,8 +30,8 @@ public:
 
     void run(PerfDataBuilder& out);
 
-    // What was read, written and dropped, the time span and what the
-    // converter should be told; several lines, the last one the environment.
+    // What was read, written and dropped, the time span, and what the user
+    // must know of the result; several lines.
     std::string summary() const;
     // "kern_ver=6.1 ARM64=y": the settings zelconv needs for this recording.
     std::string environment() const;

@@ -11,6 +11,7 @@ namespace {
 // map means that a section of that feature follows the data.
 enum Feature : uint64_t {
     kFeatureTracingData = 1,
+    kFeatureBuildId = 2,
     kFeatureOsRelease = 4,
     kFeatureArch = 6,
     kFeatureCpus = 7,
@@ -19,6 +20,8 @@ enum Feature : uint64_t {
 };
 
 const size_t kFileHeaderSize = 104, kPipeHeaderSize = 16;
+// perf's flag on a build-id record whose id has its length beside it.
+const uint16_t kBuildIdHasSize = 1 << 15;
 
 // Whether [offset, offset + size) lies inside a buffer of `total` bytes.
 bool inside(uint64_t offset, uint64_t size, size_t total)
@@ -219,6 +222,8 @@ void PerfFile::readRecords(size_t begin, size_t end)
             } else if (record.type == kHeaderEventType && body.size() >= 8) {
                 const std::string_view name = body.substr(8, 64);
                 _eventTypes.emplace_back(fieldAt<uint64_t>(body, 0), std::string(name.substr(0, name.find('\0'))));
+            } else if (record.type == kHeaderBuildId) {
+                addBuildId(record.misc, body);
             } else if (record.type == kHeaderFeature && body.size() >= 8) {
                 readFeature(fieldAt<uint64_t>(body, 0), body.substr(8));
             }
@@ -235,6 +240,16 @@ void PerfFile::readFeature(uint64_t feature, std::string_view data)
     switch (feature) {
     case kFeatureTracingData:
         _tracingData = data;
+        break;
+    case kFeatureBuildId:
+        // Records of their own: header, pid, build id, file name.
+        while (data.size() - at >= 8) {
+            const uint16_t size = fieldAt<uint16_t>(data, at + 6);
+            if (size < 8 || size > data.size() - at)
+                break;
+            addBuildId(fieldAt<uint16_t>(data, at + 4), data.substr(at + 8, size - 8));
+            at += size;
+        }
         break;
     case kFeatureOsRelease:
         _osRelease = perfString(data, at, ok);
@@ -277,6 +292,27 @@ void PerfFile::addAttr(std::string_view attr, size_t attrBytes, std::string_view
         _attrOfId.emplace(out.ids.back(), _attrs.size());
     }
     _attrs.push_back(std::move(out));
+}
+
+// The pid, 24 bytes of build id (20 used, or as many as the byte behind them
+// says when the record's misc flags so), then the file name.
+void PerfFile::addBuildId(uint16_t misc, std::string_view body)
+{
+    if (body.size() < 4 + 24)
+        return;
+    size_t length = 20;
+    if (misc & kBuildIdHasSize)
+        length = std::min<size_t>(20, (uint8_t)body[4 + 20]);
+    static const char digits[] = "0123456789abcdef";
+    PerfBuildId out;
+    for (size_t i = 0; i < length; i++) {
+        out.id += digits[(uint8_t)body[4 + i] >> 4];
+        out.id += digits[(uint8_t)body[4 + i] & 15];
+    }
+    const std::string_view name = body.substr(28);
+    out.fileName = std::string(name.substr(0, name.find('\0')));
+    if (length != 0 && !out.fileName.empty())
+        _buildIds.push_back(std::move(out));
 }
 
 const PerfAttr* PerfFile::attrById(uint64_t id) const

@@ -40,6 +40,12 @@ struct PerfSample {
     uint64_t chainEntry(size_t i) const;
 };
 
+// A file that the recording maps, with the build id perf noted for it.
+struct PerfBuildId {
+    std::string fileName;
+    std::string id;  // lower-case hexadecimal
+};
+
 // Records that perf itself writes into a recording, beside the kernel's.
 enum PerfUserRecord : uint32_t {
     kHeaderAttr = 64,
@@ -74,6 +80,7 @@ public:
     const std::string& arch() const { return _arch; }
     uint32_t cpusOnline() const { return _cpusOnline; }
     std::string_view tracingData() const { return _tracingData; }
+    const std::vector<PerfBuildId>& buildIds() const { return _buildIds; }
     // The old event-type table: event number and "group:name".
     const std::vector<std::pair<uint64_t, std::string>>& eventTypes() const { return _eventTypes; }
 
@@ -92,6 +99,7 @@ private:
     void readRecords(size_t begin, size_t end);
     void readFeature(uint64_t feature, std::string_view data);
     void addAttr(std::string_view attr, size_t attrBytes, std::string_view ids);
+    void addBuildId(uint16_t misc, std::string_view body);
     const PerfAttr* attrById(uint64_t id) const;
     const PerfAttr* trailerAttr(std::string_view body, size_t& trailerSize) const;
 
@@ -105,6 +113,7 @@ private:
     uint32_t _cpusOnline = 0;
     std::string_view _tracingData;
     std::vector<std::pair<uint64_t, std::string>> _eventTypes;
+    std::vector<PerfBuildId> _buildIds;
 };
 
 #endif

@@ -8,12 +8,14 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "Importer.h"
 #include "PerfDataBuilder.h"
 #include "PerfFile.h"
+#include "SymbolLinks.h"
 
 namespace {
 
@@ -24,7 +26,10 @@ const char kUsage[] =
     "reads. Prints what was read, written and dropped; the last line is the\n"
     "environment to give zelconv for this recording.\n"
     "\n"
-    "  -h, --help  print this help and exit\n"
+    "  -s, --symbols DIR  link unstripped copies of the mapped files, found by their\n"
+    "                     build ids in /usr/lib/debug, into DIR at their own paths,\n"
+    "                     for zelconv -p DIR\n"
+    "  -h, --help         print this help and exit\n"
     "\n"
     "Exit status: 0 when OUTPUT was written; 1 when INPUT could not be read or\n"
     "OUTPUT not written (OUTPUT is then left as it was); 2 for a wrong command line.\n";
@@ -86,15 +91,20 @@ std::string writeWhole(const std::string& path, const std::string& bytes)
 
 int main(int argc, char** argv)
 {
-    static const option longOptions[] = {{"help", no_argument, nullptr, 'h'}, {nullptr, 0, nullptr, 0}};
+    static const option longOptions[] = {
+        {"help", no_argument, nullptr, 'h'}, {"symbols", required_argument, nullptr, 's'}, {nullptr, 0, nullptr, 0}};
+    std::string symbols;
     int option;
-    while ((option = getopt_long(argc, argv, "h", longOptions, nullptr)) != -1) {
+    while ((option = getopt_long(argc, argv, "hs:", longOptions, nullptr)) != -1) {
         if (option == 'h') {
             fputs(kUsage, stdout);
             return 0;
         }
-        fputs(kUsage, stderr);
-        return 2;
+        if (option != 's' || optarg[0] == '\0') {
+            fputs(kUsage, stderr);
+            return 2;
+        }
+        symbols = optarg;
     }
     if (argc - optind != 2) {
         fputs(kUsage, stderr);
@@ -112,6 +122,11 @@ int main(int argc, char** argv)
     PerfFile file(std::move(bytes));
     if (!file.error().empty())
         return fail(input + ": " + file.error());
+    // The machine's debug directories, under ZELCONV_SYSROOT when it is set (for tests).
+    const char* root = getenv("ZELCONV_SYSROOT");
+    SymbolLinks links(symbols, root != nullptr ? root : "");
+    if (!symbols.empty() && !links.prepare())
+        return fail(links.error());
     PerfDataBuilder converted;
     Importer importer(file);
     importer.run(converted);
@@ -119,5 +134,10 @@ int main(int argc, char** argv)
     if (!problem.empty())
         return fail(problem);
     fputs(importer.summary().c_str(), stdout);
+    if (!symbols.empty()) {
+        links.link(file.buildIds());
+        puts(links.summary().c_str());
+    }
+    puts(importer.environment().c_str());
     return 0;
 }

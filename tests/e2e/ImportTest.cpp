@@ -42,9 +42,10 @@ std::string sample(uint64_t ip, uint32_t pid, uint32_t tid, uint64_t time, uint3
 }  // namespace
 
 // A piped recording of one software event: the name of a process, a thread
-// it starts, a library mapped by MMAP2, and samples out of time order, one
-// with a chain longer than a record holds and one on CPU 16; it ends in a cut
-// record, as a pipe does when perf is stopped.
+// it starts, a library mapped by MMAP2 whose build id has an unstripped copy
+// and one without, and samples out of time order, one with a chain longer
+// than a record holds and one on CPU 16; it ends in a cut record, as a pipe
+// does when perf is stopped.
 TEST(Import, PipedRecordBecomesTheConvertersLayout)
 {
     perf_event_attr attr{};
@@ -58,6 +59,8 @@ TEST(Import, PipedRecordBecomesTheConvertersLayout)
         longChain.push_back(0x40000100 + i * 4);
     const std::string recording =
         "PERFILE2" + B::u64(16) + record(64, std::string((const char*)&attr, sizeof attr) + B::u64(7)) +
+        record(67, B::u32(10) + std::string(20, '\xab') + B::u32(0) + B::text8("/nonexistent/libapp.so")) +
+        record(67, B::u32(10) + std::string(20, '\x01') + B::u32(0) + B::text8("/nonexistent/libother.so")) +
         record(PERF_RECORD_COMM, B::u32(10) + B::u32(10) + B::text8("app") + trailer(10, 10, 100)) +
         record(PERF_RECORD_MMAP2,
                B::u32(10) + B::u32(10) + B::u64(0x40000000) + B::u64(0x10000) + B::u64(0) + std::string(32, '\0') +
@@ -69,8 +72,17 @@ TEST(Import, PipedRecordBecomesTheConvertersLayout)
 
     ConverterRun run;
     run.file("piped.data", recording);
-    RunResult imported = run.runImporter({"-", "perf.data"}, "perf.data", run.path("piped.data"));
+    std::string id;
+    for (int i = 0; i < 19; i++)
+        id += "ab";
+    run.file("root/usr/lib/debug/.build-id/ab/" + id + ".debug", "unstripped");
+    RunResult imported =
+        run.runImporter({"--symbols", "syms", "-", "perf.data"}, "perf.data", run.path("piped.data"));
     ASSERT_EQ(imported.status, 0) << imported.err;
+    EXPECT_EQ(readFile(run.path("syms/nonexistent/libapp.so")), "unstripped");
+    EXPECT_TRUE(fs::is_symlink(run.path("syms/nonexistent/libapp.so")));
+    EXPECT_NE(imported.out.find("symbols: 1 files linked in syms, 1 without an unstripped copy"), std::string::npos)
+        << imported.out;
     EXPECT_NE(imported.out.find("records written: 5 (1 COMM, 1 COMM named after the parent, from FORK, 1 MMAP, "
                                 "2 SAMPLE)"),
               std::string::npos)
