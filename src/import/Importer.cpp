@@ -184,16 +184,18 @@ void Importer::describeEvents(PerfDataBuilder& out)
         event.decoded = std::find_if(std::begin(kDecodedEvents), std::end(kDecodedEvents), [&](const char* name) {
                             return event.name == name;
                         }) != std::end(kDecodedEvents);
-        if (id < kEventTableSize) {
-            event.writtenId = (uint16_t)id;
-        } else {
+        if (id >= kEventTableSize) {
             while (used.count(spare) != 0)
                 spare++;
             used.insert(spare);
-            event.writtenId = (uint16_t)spare;
         }
-        if (event.writtenId < kEventTableSize)
-            out.eventType(event.writtenId, event.name);
+        const uint64_t written = id < kEventTableSize ? id : spare;
+        if (written < kEventTableSize) {
+            event.writtenId = (uint16_t)written;
+            out.eventType(written, event.name);
+        } else {
+            event.decoded = false;  // no number left that zelconv's table holds
+        }
         if (event.decoded && format != formats.end())
             keepFormat(event.name, *format->second);
         _events.emplace(id, event);
