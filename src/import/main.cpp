@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <stdexcept>
 #include <string>
 
 #include "Importer.h"
@@ -43,7 +45,7 @@ int fail(const std::string& message)
 bool readAll(int fd, std::string& out)
 {
     struct stat info {};
-    if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0)
+    if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0 && (uint64_t)info.st_size < out.max_size())
         out.reserve((size_t)info.st_size);
     char buffer[1 << 16];
     for (;;) {
@@ -89,7 +91,7 @@ std::string writeWhole(const std::string& path, const std::string& bytes)
 
 }  // namespace
 
-int main(int argc, char** argv)
+int importRecording(int argc, char** argv)
 {
     static const option longOptions[] = {
         {"help", no_argument, nullptr, 'h'}, {"symbols", required_argument, nullptr, 's'}, {nullptr, 0, nullptr, 0}};
@@ -140,4 +142,17 @@ int main(int argc, char** argv)
     }
     puts(importer.environment().c_str());
     return 0;
+}
+
+int main(int argc, char** argv)
+{
+    // The recording and its conversion are held in memory, which a large
+    // recording on a small device can exhaust.
+    try {
+        return importRecording(argc, argv);
+    } catch (const std::bad_alloc&) {
+        return fail("not enough memory for this recording");
+    } catch (const std::length_error&) {
+        return fail("not enough memory for this recording");
+    }
 }
