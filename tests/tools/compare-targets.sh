@@ -38,7 +38,7 @@ done
 # Two larger generated recordings: many processes, maps and samples, and a scheduler trace over several CPUs.
 "$1/bench/make_profile_recording" "$work/inputs/bench-profile.data" 20000 >/dev/null
 "$1/bench/make_sched_recording" "$work/inputs/bench-sched.data" 40000 4 40 >/dev/null
-# The recordings of this machine that ctest made with perf, when it could, are repacked by their own tests.
+# The recordings of this machine that ctest made with perf, when it could, are imported by their own tests.
 test_programs=("$host_tests")
 if [ -x "$1/tests/zelconv_real_tests" ] && [ -f "$1/tests/real-fixtures/trace.data" ]; then
   test_programs+=("$(realpath "$1/tests/zelconv_real_tests")")
