@@ -1,9 +1,9 @@
-# Installation (binary and manual page) and the Debian package made by
+# Installation (both programs and their manual pages) and the Debian package made by
 # `cpack` in the build directory: amd64 from a native build, armhf from the
 # cross build (cmake/arm-linux-gnueabihf.cmake).
 include(GNUInstallDirs)
-install(TARGETS zelconv RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(FILES ${PROJECT_SOURCE_DIR}/zelconv.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(TARGETS zelconv zelconv-import RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/zelconv.1 ${PROJECT_SOURCE_DIR}/zelconv-import.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zelconv)
@@ -11,7 +11,7 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "zelconv maintainers <maintainers@users.noreply.c-seed-2879d2bc.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "converts perf.data recordings into JSON documents for a viewer")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-  "zelconv reads a perf.data file written by perf record on a 32-bit ARM Linux\n device and writes a profile or timechart document for a browser-based viewer.")
+  "zelconv reads a perf.data file written by perf record on a 32-bit ARM Linux\n device and writes a profile or timechart document for a browser-based viewer.\n zelconv-import rewrites recordings of newer perf (3.16 to 6.x, to a file or\n through a pipe) into the layout zelconv reads.")
 set(CPACK_DEBIAN_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 # nm gives the symbols of mapped files, perf makes the recordings.

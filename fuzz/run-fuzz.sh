@@ -3,7 +3,7 @@
 #
 #   fuzz/run-fuzz.sh TARGET SECONDS [libFuzzer options...]
 #
-# Targets: json_parse_fuzz, record_walk_fuzz, symbol_list_fuzz, trace_marker_fuzz.
+# Targets: json_parse_fuzz, record_walk_fuzz, symbol_list_fuzz, trace_marker_fuzz, import_fuzz.
 # Seeds come from fuzz/seeds/NAME/; new inputs go to fuzz/corpus-TARGET/,
 # which is not tracked, and crash files to fuzz/corpus-TARGET-artifacts/.
 set -euo pipefail
@@ -31,6 +31,8 @@ esac
 case "$target" in
   record_walk_fuzz) limits=(-max_len=8192 -rss_limit_mb=2048 -timeout=20 -close_fd_mask=3) ;;
   symbol_list_fuzz|trace_marker_fuzz) limits=(-max_len=4096 -rss_limit_mb=2048 -timeout=20 -close_fd_mask=3) ;;
+  # Its seeds are small recordings of perf 6.1, to a file and through a pipe.
+  import_fuzz) limits=(-max_len=16384 -rss_limit_mb=2048 -timeout=20) ;;
   *) limits=() ;;
 esac
 

@@ -1,9 +1,9 @@
 // Recordings made on this machine with its perf (by record-real-fixtures.sh,
 // which ctest runs first): a call-graph profile and a scheduler, interrupt
-// and power trace. Each is repacked into the layouts the converter reads,
-// converted, and checked against perf's own reading of the same recording.
-// This machine is 64-bit, so the trace is converted as a 64-bit kernel's of
-// 3.10 or later.
+// and power trace, each once to a file and once through a pipe. Each is
+// imported with zelconv-import (a piped one through its standard input),
+// converted with the environment the import names, and checked against
+// perf's own reading of the same recording.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -18,13 +18,10 @@
 #include <vector>
 
 #include "ConverterRun.h"
-#include "PerfDataBuilder.h"
 #include "PerfDump.h"
-#include "PerfFile.h"
 #include "ProfileRows.h"
 
 namespace fs = std::filesystem;
-using B = PerfDataBuilder;
 
 namespace {
 
@@ -33,7 +30,7 @@ std::string fixture(const std::string& name)
     return std::string(ZELCONV_REAL_FIXTURES) + "/" + name;
 }
 
-// Why a recording ("profile" or "trace") is not there to check, or empty.
+// Why a recording ("profile", "trace-pipe") is not there to check, or empty.
 std::string missingFixture(const std::string& kind)
 {
     if (fs::exists(fixture(kind + ".skip")))
@@ -52,56 +49,28 @@ std::vector<std::string> lines(const std::string& path)
     return out;
 }
 
-// A plain sample record holds at most 25 call-chain entries within the 256
-// bytes the converter takes for an undamaged record; it keeps 15 of them.
-const size_t kChainFits = 25;
-
-// COMM, MMAP and MMAP2 records and the samples, as the converter's records.
-// An MMAP2 record has 24 bytes of device and inode (or build id) and 8 of
-// protection and flags before its file name.
-size_t repackProfile(const PerfFile& file, B& out)
+// Imports a recording as perf.data of the run, a piped one through standard
+// input, and sets the environment that the summary's last line names.
+void importFixture(ConverterRun& run, const std::string& kind)
 {
-    size_t samples = 0;
-    for (const PerfFileRecord& record : file.records()) {
-        const std::string& body = record.body;
-        const uint32_t pid = PerfFile::field<uint32_t>(body, 0), tid = PerfFile::field<uint32_t>(body, 4);
-        PerfFileSample sample;
-        if (record.type == PerfFile::kComm) {
-            out.comm(pid, tid, PerfFile::text(body, 8));
-        } else if (record.type == PerfFile::kMmap || record.type == PerfFile::kMmap2) {
-            out.mmap(pid, tid, PerfFile::field<uint64_t>(body, 8), PerfFile::field<uint64_t>(body, 16),
-                     PerfFile::field<uint64_t>(body, 24),
-                     PerfFile::text(body, record.type == PerfFile::kMmap ? 32 : 64));
-        } else if (file.sample(record, sample) && (sample.attr->sampleType & PerfFile::kCallchain) != 0) {
-            if (sample.callchain.size() > kChainFits)
-                sample.callchain.resize(kChainFits);
-            out.sample(sample.ip, sample.pid, sample.tid, sample.time, sample.cpu, sample.period, sample.callchain);
-            samples++;
-        }
+    const bool piped = kind.size() > 5 && kind.compare(kind.size() - 5, 5, "-pipe") == 0;
+    RunResult r = piped ? run.runImporter({"-", "perf.data"}, "perf.data", fixture(kind + ".data"))
+                        : run.runImporter({fixture(kind + ".data"), "perf.data"}, "perf.data");
+    ASSERT_EQ(r.status, 0) << r.err;
+    ASSERT_TRUE(r.outputExists);
+    ASSERT_EQ(r.err, "");
+    // This machine's kernel lays out its trace-points as zelconv reads them under that environment.
+    EXPECT_EQ(r.out.find("payload layout"), std::string::npos) << r.out;
+    std::istringstream summary(r.out);
+    std::string line, last;
+    while (std::getline(summary, line))
+        last = line;
+    std::istringstream words(last);
+    for (std::string word; words >> word;) {
+        const size_t equals = word.find('=');
+        ASSERT_NE(equals, std::string::npos) << "the summary does not end in the environment: " << last;
+        run.env(word.substr(0, equals), word.substr(equals + 1));
     }
-    return samples;
-}
-
-// The trace-point samples, with the event-type table taken from perf's list
-// of events: "sched:sched_switch: type: 2, size: 128, config: 0x174, ...".
-std::string repackTrace(const PerfFile& file, B& out)
-{
-    size_t events = 0;
-    for (const std::string& line : lines(fixture("trace.evlist"))) {
-        const size_t type = line.find(": type: 2,"), config = line.find(" config: ");
-        if (type != std::string::npos && config != std::string::npos) {
-            out.eventType(strtoull(line.c_str() + config + 9, nullptr, 0), line.substr(0, type));
-            events++;
-        }
-    }
-    if (events != 11)
-        return "perf listed " + std::to_string(events) + " trace-points, not 11";
-    for (const PerfFileRecord& record : file.records()) {
-        PerfFileSample sample;
-        if (file.sample(record, sample) && (sample.attr->sampleType & PerfFile::kRaw) != 0)
-            out.tracepoint(sample.ip, sample.pid, sample.tid, sample.time, sample.cpu, sample.raw);
-    }
-    return "";
 }
 
 // "%f" of a stamp converted as the converter converts raw times.
@@ -121,10 +90,10 @@ struct TraceLine {
     std::string fields;  // what follows it
 };
 
-std::vector<TraceLine> traceLines()
+std::vector<TraceLine> traceLines(const std::string& kind)
 {
     std::vector<TraceLine> out;
-    for (const std::string& line : lines(fixture("trace.txt"))) {
+    for (const std::string& line : lines(fixture(kind + ".txt"))) {
         TraceLine t;
         unsigned long long whole = 0;
         char fraction[10] = {}, group[64] = {}, name[64] = {};
@@ -204,89 +173,66 @@ private:
     unsigned int _last = 0;
 };
 
-// Converts the repacked trace, with this machine's soft-interrupt names.
-RunResult convertTrace(ConverterRun& run)
+// Converts the imported trace, with this machine's soft-interrupt names.
+RunResult convertTrace(ConverterRun& run, const std::string& kind)
 {
-    PerfFile file(readFile(fixture("trace.data")));
-    EXPECT_EQ(file.error(), "");
-    B repacked;
-    const std::string problem = repackTrace(file, repacked);
-    EXPECT_EQ(problem, "");
-    run.input(repacked);
-    run.env("kern_ver", "6.1").env("ARM64", "y");
+    importFixture(run, kind);
     run.systemFile("/proc/softirqs", readFile("/proc/softirqs"));
     return run.run({"-t", "-r"});
 }
 
+class RealProfile : public testing::TestWithParam<const char*> {};
+class RealTrace : public testing::TestWithParam<const char*> {};
+
 }  // namespace
 
-TEST(RealFixtures, ProfileSamplesMatchPerfScript)
+TEST_P(RealProfile, SamplesMatchPerfScript)
 {
-    const std::string missing = missingFixture("profile");
+    const std::string kind = GetParam();
+    const std::string missing = missingFixture(kind);
     if (!missing.empty())
         GTEST_SKIP() << missing;
-    PerfFile file(readFile(fixture("profile.data")));
-    ASSERT_EQ(file.error(), "");
-    B repacked;
-    const size_t repackedSamples = repackProfile(file, repacked);
-
     // The kernel's symbols are this machine's; the maps' symbols come from nm.
     ConverterRun run;
-    run.input(repacked);
+    importFixture(run, kind);
     run.systemFile("/proc/kallsyms", readFile("/proc/kallsyms"));
     RunResult r = run.run({"-b", "1000000"});
     ASSERT_EQ(r.status, 0) << r.err;
-    std::vector<RowValue> rows = profileRows(r.output, "samples");
-    const std::vector<PerfDumpSample> reference = readPerfDumpFile(fixture("profile.dump"));
+    const std::vector<PerfDumpSample> reference = readPerfDumpFile(fixture(kind + ".dump"));
     ASSERT_FALSE(reference.empty());
-    EXPECT_EQ(repackedSamples, reference.size());
+    const std::vector<RowValue> rows = profileRows(r.output, "samples");
     EXPECT_EQ(rows.size(), reference.size());
-
-    // A row's time is the stamp plus and minus the base, in seconds to 9
-    // places: within a nanosecond of perf's, or two units of the sum's last
-    // place where a long uptime makes that coarser.
-    std::multimap<uint64_t, const RowValue*> byTime;
-    for (const RowValue& row : rows)
-        byTime.emplace((uint64_t)std::llround(row.items.at(3).real() * 1e9), &row);
-    size_t unmatched = 0;
-    std::string first;
-    for (const PerfDumpSample& sample : reference) {
-        bool found = false;
-        const uint64_t slack = 1 + (uint64_t)std::ceil((sample.time / 1e9 + 1e6) * 4.5e-16 * 1e9);
-        for (auto it = byTime.lower_bound(sample.time - slack);
-             !found && it != byTime.end() && it->first <= sample.time + slack; ++it) {
-            const RowValue& row = *it->second;
-            std::vector<uint64_t> trace;
-            for (const RowValue& entry : row.items.at(7).items)
-                trace.push_back(entry.items.at(0).number());
-            found = row.items.at(1).number() == sample.ip && row.items.at(4).number() == sample.cpu &&
-                    row.items.at(6).number() == sample.tid && trace == keptChain(sample.chain);
-        }
-        if (!found && unmatched++ == 0)
-            first = std::to_string(sample.time) + " cpu " + std::to_string(sample.cpu) + " tid " +
-                    std::to_string(sample.tid);
-    }
-    EXPECT_EQ(unmatched, 0u) << "samples perf reads that the document lacks, first at " << first;
+    // perf writes samples in batches per CPU and shows them in time order; so does the document.
+    size_t backwards = 0;
+    for (size_t i = 1; i < rows.size(); i++)
+        backwards += rows[i].items.at(3).real() < rows[i - 1].items.at(3).real() ? 1 : 0;
+    EXPECT_EQ(backwards, 0u) << "samples out of time order";
+    const std::vector<std::string> unmatched = samplesMissing(r.output, reference);
+    EXPECT_TRUE(unmatched.empty()) << unmatched.size() << " samples perf reads that the document lacks, first at "
+                                   << unmatched.front();
     std::vector<std::string> problems = profileKeyProblems(r.output);
     EXPECT_TRUE(problems.empty()) << problems.size() << " problems, first: " << problems[0];
 }
+
+INSTANTIATE_TEST_SUITE_P(RealFixtures, RealProfile, testing::Values("profile", "profile-pipe"));
 
 // A switch-in that perf shows while the same task is still switched in on
 // that CPU adds nothing to a row that already shows it running; all others
 // must show, at their times. (Traces do miss switches: in a virtual machine,
 // switches away from the idle task were seen to be absent.)
-TEST(RealFixtures, SwitchesMatchPerfScript)
+TEST_P(RealTrace, SwitchesMatchPerfScript)
 {
-    const std::string missing = missingFixture("trace");
+    const std::string kind = GetParam();
+    const std::string missing = missingFixture(kind);
     if (!missing.empty())
         GTEST_SKIP() << missing;
     ConverterRun run;
-    RunResult r = convertTrace(run);
+    RunResult r = convertTrace(run, kind);
     ASSERT_EQ(r.status, 0) << r.err;
 
     std::multiset<std::string> switchIns, required;  // "pid cpu time"
     std::map<unsigned int, std::set<long long>> switchedIn;
-    for (const TraceLine& t : traceLines()) {
+    for (const TraceLine& t : traceLines(kind)) {
         if (t.event != "sched:sched_switch")
             continue;
         const long long prev = traceField(t.fields, "prev_pid"), next = traceField(t.fields, "next_pid");
@@ -326,19 +272,20 @@ TEST(RealFixtures, SwitchesMatchPerfScript)
 // from its exit; a hard one is named as perf names it, a soft one by this
 // machine's list of soft interrupts, which perf's action names follow. The
 // idle states and frequencies of the CPUs follow the power events.
-TEST(RealFixtures, InterruptsAndPowerMatchPerfScript)
+TEST_P(RealTrace, InterruptsAndPowerMatchPerfScript)
 {
-    const std::string missing = missingFixture("trace");
+    const std::string kind = GetParam();
+    const std::string missing = missingFixture(kind);
     if (!missing.empty())
         GTEST_SKIP() << missing;
     ConverterRun run;
-    RunResult r = convertTrace(run);
+    RunResult r = convertTrace(run, kind);
     ASSERT_EQ(r.status, 0) << r.err;
 
     std::map<std::string, ExpectedSeries> expected;
     std::map<std::string, std::string> names;
     size_t interrupts = 0;
-    for (const TraceLine& t : traceLines()) {
+    for (const TraceLine& t : traceLines(kind)) {
         const std::string cpu = std::to_string(t.cpu);
         const bool entry = t.event == "irq:irq_handler_entry" || t.event == "irq:softirq_entry";
         if (entry || t.event == "irq:irq_handler_exit" || t.event == "irq:softirq_exit") {
@@ -383,3 +330,5 @@ TEST(RealFixtures, InterruptsAndPowerMatchPerfScript)
         }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(RealFixtures, RealTrace, testing::Values("trace", "trace-pipe"));

@@ -89,6 +89,30 @@ TEST(RealRecordings, CallgraphSamplesMatchPerfScript)
     EXPECT_GT(compared, 1000u);
 }
 
+// Imported, each recording converts with every sample that perf reads in it,
+// those of records beyond 256 bytes and of other event layouts too.
+TEST(RealRecordings, ImportedSamplesMatchPerfScript)
+{
+    for (const char* name : {"perf.data.callgraph-3.4", "perf.data.armv7-3.4", "perf.data.raw-3.4"}) {
+        const std::string file = realFile(name);
+        if (!fs::exists(file))
+            GTEST_SKIP() << "real recordings not found in " << ZELCONV_REAL_DIR;
+        const std::vector<PerfDumpSample> reference = perfDump(file);
+        if (reference.empty())
+            GTEST_SKIP() << "perf script is not available to read " << file;
+        ConverterRun run;
+        withSilentNm(run);
+        RunResult imported = run.runImporter({file, "perf.data"}, "perf.data");
+        ASSERT_EQ(imported.status, 0) << name << "\n" << imported.err;
+        RunResult r = run.run({"-b", "1000000"});
+        ASSERT_EQ(r.status, 0) << name << "\n" << r.err;
+        EXPECT_EQ(profileRows(r.output, "samples").size(), reference.size()) << name;
+        const std::vector<std::string> missing = samplesMissing(r.output, reference);
+        EXPECT_TRUE(missing.empty()) << name << ": " << missing.size() << " samples missing, first at "
+                                     << missing.front();
+    }
+}
+
 // A mixed recording with processes, threads, libraries and kernel addresses:
 // every reference in the document names a row.
 TEST(RealRecordings, BuiltMixedRecordingHasAgreeingKeys)

@@ -108,6 +108,19 @@ static void keepInput(const std::string& dir, const std::vector<std::string>& ar
 
 RunResult ConverterRun::run(const std::vector<std::string>& args, const std::string& outputName)
 {
+    keepInput(_dir, args);
+    return runProgram(ZELCONV_BINARY, args, outputName, "");
+}
+
+RunResult ConverterRun::runImporter(const std::vector<std::string>& args, const std::string& outputName,
+                                    const std::string& standardInput)
+{
+    return runProgram(ZELCONV_IMPORT_BINARY, args, outputName, standardInput);
+}
+
+RunResult ConverterRun::runProgram(const char* binary, const std::vector<std::string>& args,
+                                   const std::string& outputName, const std::string& standardInput)
+{
     std::string outPath = path("stdout.txt");
     std::string errPath = path("stderr.txt");
     std::string output = path(outputName);
@@ -127,10 +140,9 @@ RunResult ConverterRun::run(const std::vector<std::string>& args, const std::str
     std::vector<std::string> argStrings;
     if (*ZELCONV_EMULATOR != '\0')
         argStrings.push_back(ZELCONV_EMULATOR);
-    argStrings.push_back(ZELCONV_BINARY);
+    argStrings.push_back(binary);
     argStrings.insert(argStrings.end(), args.begin(), args.end());
 
-    keepInput(_dir, args);
     pid_t child = fork();
     if (child < 0)
         throw std::runtime_error("fork failed");
@@ -141,6 +153,11 @@ RunResult ConverterRun::run(const std::vector<std::string>& args, const std::str
         int errFd = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
         if (outFd < 0 || errFd < 0)
             _exit(126);
+        if (!standardInput.empty()) {
+            int inFd = ::open(standardInput.c_str(), O_RDONLY);
+            if (inFd < 0 || dup2(inFd, 0) < 0)
+                _exit(126);
+        }
         dup2(outFd, 1);
         dup2(errFd, 2);
         // Nothing but the standard streams is inherited, so that the

@@ -41,8 +41,14 @@ public:
 
     // Runs zelconv with `args` and the output file named `outputName`.
     RunResult run(const std::vector<std::string>& args, const std::string& outputName = "perf.json");
+    // Runs zelconv-import likewise, with `standardInput` (a file) as its standard input if given.
+    RunResult runImporter(const std::vector<std::string>& args, const std::string& outputName,
+                          const std::string& standardInput = "");
 
 private:
+    RunResult runProgram(const char* binary, const std::vector<std::string>& args, const std::string& outputName,
+                         const std::string& standardInput);
+
     std::string _dir;
     std::map<std::string, std::string> _env;
     std::string _pathPrefix;

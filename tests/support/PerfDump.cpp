@@ -1,6 +1,10 @@
 #include "PerfDump.h"
 
+#include <cmath>
 #include <cstring>
+#include <map>
+
+#include "ProfileRows.h"
 
 std::vector<PerfDumpSample> readPerfDump(FILE* in)
 {
@@ -54,4 +58,30 @@ std::vector<uint64_t> keptChain(std::vector<uint64_t> chain)
     if (!chain.empty() && chain.back() <= 0x100)
         chain.pop_back();
     return chain;
+}
+
+std::vector<std::string> samplesMissing(const std::string& document, const std::vector<PerfDumpSample>& reference)
+{
+    const std::vector<RowValue> rows = profileRows(document, "samples");
+    std::multimap<uint64_t, const RowValue*> byTime;
+    for (const RowValue& row : rows)
+        byTime.emplace((uint64_t)std::llround(row.items.at(3).real() * 1e9), &row);
+    std::vector<std::string> missing;
+    for (const PerfDumpSample& sample : reference) {
+        bool found = false;
+        const uint64_t slack = 1 + (uint64_t)std::ceil((sample.time / 1e9 + 1e6) * 4.5e-16 * 1e9);
+        for (auto it = byTime.lower_bound(sample.time - slack);
+             !found && it != byTime.end() && it->first <= sample.time + slack; ++it) {
+            const RowValue& row = *it->second;
+            std::vector<uint64_t> trace;
+            for (const RowValue& entry : row.items.at(7).items)
+                trace.push_back(entry.items.at(0).number());
+            found = row.items.at(1).number() == sample.ip && row.items.at(4).number() == sample.cpu &&
+                    row.items.at(6).number() == sample.tid && trace == keptChain(sample.chain);
+        }
+        if (!found)
+            missing.push_back(std::to_string(sample.time) + " cpu " + std::to_string(sample.cpu) + " tid " +
+                              std::to_string(sample.tid));
+    }
+    return missing;
 }

@@ -28,4 +28,10 @@ std::vector<PerfDumpSample> perfDump(const std::string& recording);
 // entry, at most 15, and a small last value taken for a stray marker.
 std::vector<uint64_t> keptChain(std::vector<uint64_t> chain);
 
+// The samples perf read that a profile document lacks: none when each has a
+// row with its ip, CPU, tid, kept back-trace and time (within a nanosecond,
+// or two units of the last place where the base and a long uptime make that
+// coarser). Each as "TIME cpu CPU tid TID".
+std::vector<std::string> samplesMissing(const std::string& document, const std::vector<PerfDumpSample>& reference);
+
 #endif

@@ -1,8 +1,9 @@
-// Builds perf.data images for tests, record by record, in the byte layouts the
-// converter reads: the file header, an attribute section, the 72-byte
-// event-type table and the data section.
-#ifndef ZELCONV_TESTS_PERFDATABUILDER_H
-#define ZELCONV_TESTS_PERFDATABUILDER_H
+// Builds perf.data images record by record in the byte layouts that zelconv
+// reads: the file header, an attribute section, the 72-byte event-type table
+// and the data section. The importer writes its output with it; tests, fuzz
+// seeds and benchmarks build their recordings with it.
+#ifndef ZELCONV_IMPORT_PERFDATABUILDER_H
+#define ZELCONV_IMPORT_PERFDATABUILDER_H
 
 #include <cstdint>
 #include <string>
