@@ -63,7 +63,8 @@ void writeProfile(PerfJSONWriter& writer)
 // nm may run in the background, beside the conversion, where the order of
 // its messages among the converter's own cannot show: not with diagnostics
 // or kernel-log markers, nor with standard output and standard error going
-// to one file, where the converter's lines would interleave with nm's.
+// to one file, where the converter's lines would interleave with nm's,
+// unless that file is the null device.
 bool nmMayRunInBackground()
 {
     if (gTimechartMode || gVerbosity != 0 || gShowMarkers)
@@ -72,7 +73,11 @@ bool nmMayRunInBackground()
     struct stat err;
     if (fstat(STDOUT_FILENO, &out) != 0 || fstat(STDERR_FILENO, &err) != 0)
         return true;
-    return out.st_dev != err.st_dev || out.st_ino != err.st_ino;
+    if (out.st_dev != err.st_dev || out.st_ino != err.st_ino)
+        return true;
+    struct stat null;
+    return S_ISCHR(out.st_mode) && stat("/dev/null", &null) == 0 && S_ISCHR(null.st_mode) &&
+           out.st_rdev == null.st_rdev;
 }
 
 unsigned int cores()
