@@ -1,8 +1,10 @@
 # Shared by the benchmark scripts (sourced, not run): timing a command as a
 # whole process, medians of several runs, and the report line.
 #
-# Every figure is whole-process: wall time and peak resident memory from
-# /usr/bin/time, and throughput as megabytes of input per second of wall time.
+# Every figure is whole-process: wall time, processor time (user and system,
+# children included, which tells apart on a busy machine what the process
+# did from what it waited for) and peak resident memory from /usr/bin/time,
+# and throughput as megabytes of input per second of wall time.
 
 runs=${BENCH_RUNS:-3}
 
@@ -17,7 +19,7 @@ median() {
 timed() {
   local label=$1
   shift
-  if ! /usr/bin/time -f '%e %M' -o "$label.time" "$@" >"$label.out" 2>"$label.err"; then
+  if ! /usr/bin/time -f '%e %M %U %S' -o "$label.time" "$@" >"$label.out" 2>"$label.err"; then
     echo "$label failed: $*" >&2
     tail -n 20 "$label.err" >&2
     exit 1
@@ -30,13 +32,14 @@ timed() {
 # that of REFERENCE_LABEL.
 report() {
   local label=$1 bytes=$2 reference=${3:-}
-  local seconds peak_kb
+  local seconds peak_kb cpu
   seconds=$(median $(awk '{ print $1 }' "$label.times"))
   peak_kb=$(median $(awk '{ print $2 }' "$label.times"))
+  cpu=$(median $(awk '{ print $3 + $4 }' "$label.times"))
   local line
-  line=$(awk -v b="$bytes" -v s="$seconds" -v k="$peak_kb" -v l="$label" 'BEGIN {
-    printf "%-28s wall %6.2f s  peak %6.0f MB (%.1fx input)  %7.1f MB/s", l, s, k / 1024, k * 1024 / b,
-           (s > 0 ? b / 1048576 / s : 0) }')
+  line=$(awk -v b="$bytes" -v s="$seconds" -v k="$peak_kb" -v c="$cpu" -v l="$label" 'BEGIN {
+    printf "%-28s wall %6.2f s  cpu %6.2f s  peak %6.0f MB (%.1fx input)  %7.1f MB/s", l, s, c, k / 1024,
+           k * 1024 / b, (s > 0 ? b / 1048576 / s : 0) }')
   if [ -n "$reference" ]; then
     local base
     base=$(median $(awk '{ print $1 }' "$reference.times"))

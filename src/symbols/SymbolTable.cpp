@@ -11,6 +11,7 @@
 #include <deque>
 #include <map>
 #include <new>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "FileNames.h"
@@ -32,8 +33,10 @@ namespace {
 // Like the tables, the two maps are never destroyed: what a run keeps stays
 // reachable to its end, also for a leak checker looking after static destructors.
 std::map<std::string, SymbolTable*>& _symbolTables = *new std::map<std::string, SymbolTable*>();
-// Synthetic symbols by the address of their 64 KiB unit.
-std::map<uint64_t, SymbolTableElement*>& _synthetics = *new std::map<uint64_t, SymbolTableElement*>();
+// Synthetic symbols by the address of their 64 KiB unit; looked up for every
+// address no map covers, and never walked in order.
+std::unordered_map<uint64_t, SymbolTableElement*>& _synthetics =
+    *new std::unordered_map<uint64_t, SymbolTableElement*>();
 // Tables whose nm listing is still to be read, in the order of their commands.
 std::deque<SymbolTable*>& _awaitingListing = *new std::deque<SymbolTable*>();
 
