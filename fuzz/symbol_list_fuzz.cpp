@@ -2,18 +2,28 @@
 // listing or of the kernel's symbol list, then look-ups and the rows of the
 // "functions" section over the table it built.
 //
+// The lines the parser is handed from a list held in memory are checked
+// against what fgets and feof give over the same text in a file: the
+// buffer's bytes after every read, the read's result and the end flag, for
+// the parser's buffer of 4096 bytes and for a small one that splits lines.
+//
 // Input: one byte of options, then the text.
 //   bit 0  the kernel's list: the text becomes the sandbox's /proc/kallsyms
 //          and is read under that name, as a profile run reads it (else an
 //          nm listing in a file of its own)
 //   bit 1  verbosity 1: the parser's diagnostics on standard output, which
 //          run-fuzz.sh closes
+//   bits 2-7  the small buffer's size, less 2
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
+#include <vector>
 
 #include "FileNames.h"
 #include "FuzzSupport.h"
+#include "ListingText.h"
 #include "PerfJSONWriter.h"
 #include "Settings.h"
 #include "SymbolTable.h"
@@ -51,6 +61,24 @@ void exercise(SymbolTable& table)
     writer.close();
 }
 
+void compareLines(const std::string& path, const std::string& text, int size)
+{
+    FILE* file = fopen(path.c_str(), "r");
+    if (file == nullptr)
+        abort();
+    ListingText listing(text);
+    std::vector<char> expected((size_t)size, 'x'), actual((size_t)size, 'x');
+    while (!feof(file)) {
+        const bool read = fgets(expected.data(), size, file) != nullptr || !ferror(file);
+        if (listing.atEnd() || listing.readLine(actual.data(), size) != read || expected != actual ||
+            listing.atEnd() != (feof(file) != 0))
+            abort();
+    }
+    if (!listing.atEnd())
+        abort();
+    fclose(file);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
@@ -79,6 +107,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             if (table.readFromFile(nmListPath().c_str()) != 0)
                 abort();
         }
+        const std::string written = kernel ? fuzzSystemRoot() + SystemFiles::kallsyms : nmListPath();
+        compareLines(written, text, 4096);
+        compareLines(written, text, 2 + (data[0] >> 2));
         exercise(table);
     }
     resetConverter();
