@@ -89,6 +89,9 @@ public:
     uint64_t _lowAddress;
     uint64_t _highAddress;
     SymbolTableElement _tableElement;
+    // Empty while the table waits for its nm listing (loadInBackground): the
+    // operations above wait for it, code that reads this directly must not
+    // run before finishLoading.
     std::vector<SymbolTableElement*> _elements;
     std::string _fileName;
 
