@@ -5,19 +5,57 @@
 #include <cerrno>
 #include <cstring>
 
-bool ListingText::readFrom(int fd)
+ListingText ListingText::reading(int fd, size_t block)
 {
-    char block[65536];
+    ListingText text;
+    text._fd = fd;
+    text._block = block > 0 ? block : 1;
+    return text;
+}
+
+void ListingText::readAll()
+{
+    while (_readBlock()) {
+    }
+}
+
+// One more block from the descriptor behind what is held; false when it has
+// no more, or could not be read.
+bool ListingText::_readBlock()
+{
+    if (_fd < 0)
+        return false;
+    if (_position > 0 && _position >= _text.size() / 2) {
+        _text.erase(0, _position);
+        _position = 0;
+    }
+    const size_t held = _text.size();
+    _text.resize(held + _block);
     for (;;) {
-        ssize_t got = read(fd, block, sizeof block);
+        const ssize_t got = read(_fd, &_text[held], _block);
         if (got > 0) {
-            _text.append(block, (size_t)got);
-        } else if (got == 0) {
+            _text.resize(held + (size_t)got);
             return true;
-        } else if (errno != EINTR) {
-            _readError = true;
-            return false;
         }
+        if (got < 0 && errno == EINTR)
+            continue;
+        _text.resize(held);
+        _readError = got < 0;
+        _fd = -1;
+        return false;
+    }
+}
+
+void ListingText::_fill(size_t wanted)
+{
+    for (size_t searched = 0;;) {
+        const size_t left = _text.size() - _position;
+        const size_t span = left < wanted ? left : wanted;
+        if (span > searched && memchr(_text.data() + _position + searched, '\n', span - searched) != nullptr)
+            return;
+        if (left >= wanted || !_readBlock())
+            return;
+        searched = span;
     }
 }
 
@@ -25,6 +63,8 @@ bool ListingText::readLine(char* buffer, int size)
 {
     if (size <= 1)
         return true;
+    const size_t room = (size_t)size - 1;
+    _fill(room);
     const size_t left = _text.size() - _position;
     if (left == 0) {
         // Nothing is read: the buffer keeps the line before.
@@ -32,7 +72,6 @@ bool ListingText::readLine(char* buffer, int size)
             _atEnd = true;
         return !_readError;
     }
-    const size_t room = (size_t)size - 1;
     const char* start = _text.data() + _position;
     const void* lineEnd = memchr(start, '\n', left < room ? left : room);
     size_t length;

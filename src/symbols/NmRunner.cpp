@@ -208,7 +208,8 @@ void NmRunner::_finish(Job& job)
     }
     if (job.listFd >= 0) {
         lseek(job.listFd, 0, SEEK_SET);
-        (void)job.listing.text.readFrom(job.listFd);
+        job.listing.text = ListingText::reading(job.listFd);
+        job.listing.text.readAll();
         close(job.listFd);
         job.listFd = -1;
     }

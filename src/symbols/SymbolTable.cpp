@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstdlib>
@@ -209,7 +210,8 @@ std::string_view SymbolTable::_keepName(const char* name)
 {
     const size_t length = name != nullptr ? strlen(name) : 0;
     if (length + 1 > _nameSpaceLeft) {
-        const size_t blockSize = length + 1 > kNameBlock ? length + 1 : kNameBlock;
+        _nameBlockSize = _nameBlockSize == 0 ? kFirstNameBlock : std::min(2 * _nameBlockSize, kLargestNameBlock);
+        const size_t blockSize = std::max(length + 1, _nameBlockSize);
         _nameBlocks.emplace_back(new char[blockSize]);
         _nameSpace = _nameBlocks.back().get();
         _nameSpaceLeft = blockSize;
@@ -226,12 +228,14 @@ std::string_view SymbolTable::_keepName(const char* name)
 SymbolTableElement* SymbolTable::_newElement(std::string_view name, unsigned long long start, unsigned long long size,
                                              FileNames* file, unsigned int line)
 {
-    if (_elementsInLastBlock == kElementsPerBlock) {
-        _elementBlocks.emplace_back(new ElementBlock);
-        _elementsInLastBlock = 0;
+    if (_elementsLeft == 0) {
+        _elementBlockSize =
+            _elementBlockSize == 0 ? kFirstElementBlock : std::min(2 * _elementBlockSize, kLargestElementBlock);
+        _elementBlocks.emplace_back(new unsigned char[_elementBlockSize * sizeof(SymbolTableElement)]);
+        _elementsLeft = _elementBlockSize;
     }
-    void* place = _elementBlocks.back()->bytes + _elementsInLastBlock * sizeof(SymbolTableElement);
-    _elementsInLastBlock++;
+    void* place = _elementBlocks.back().get() + (_elementBlockSize - _elementsLeft) * sizeof(SymbolTableElement);
+    _elementsLeft--;
     return new (place) SymbolTableElement(SymbolTableElement::KeptName{name}, start, size, file, line);
 }
 
@@ -590,10 +594,10 @@ int SymbolTable::readFromFile(const char* path)
     int fd = open(kernel ? SystemFiles::path(SystemFiles::kallsyms).c_str() : path, O_RDONLY | O_CLOEXEC);
     if (fd < 0)
         return -1;
-    ListingText input;
-    (void)input.readFrom(fd);
+    ListingText input = ListingText::reading(fd);
+    const int result = _readSorted(input, kernel);
     close(fd);
-    return _readSorted(input, kernel);
+    return result;
 }
 
 // One pass over a list in ascending order: each symbol is added when its

@@ -107,20 +107,22 @@ private:
         bool present;  // false for a null entry, which ends a search
     };
     static constexpr size_t kNoListing = ~(size_t)0;
-    static constexpr size_t kElementsPerBlock = 512;
-    static constexpr size_t kNameBlock = 65536;
-    struct ElementBlock {
-        alignas(SymbolTableElement) unsigned char bytes[kElementsPerBlock * sizeof(SymbolTableElement)];
-    };
+    // Blocks start small and double, so a table of a few symbols stays small.
+    static constexpr size_t kFirstElementBlock = 16;
+    static constexpr size_t kLargestElementBlock = 1024;
+    static constexpr size_t kFirstNameBlock = 1024;
+    static constexpr size_t kLargestNameBlock = 65536;
 
     // Elements and their names live in blocks that never move, so that a
     // list of many symbols is loaded without an allocation per symbol.
     std::string_view _keepName(const char* name);
     SymbolTableElement* _newElement(std::string_view name, unsigned long long start, unsigned long long size,
                                     FileNames* file, unsigned int line);
-    std::vector<std::unique_ptr<ElementBlock>> _elementBlocks;
-    size_t _elementsInLastBlock = kElementsPerBlock;
+    std::vector<std::unique_ptr<unsigned char[]>> _elementBlocks;
+    size_t _elementBlockSize = 0;
+    size_t _elementsLeft = 0;
     std::vector<std::unique_ptr<char[]>> _nameBlocks;
+    size_t _nameBlockSize = 0;
     char* _nameSpace = nullptr;
     size_t _nameSpaceLeft = 0;
 
