@@ -53,7 +53,38 @@ megabytes() {
   awk -v b="$1" 'BEGIN { printf "%.1f", b / 1048576 }'
 }
 
-# The importer that turns perf's own recordings into the converter's layout.
-importer() {
-  echo "${ZELCONV_IMPORT:-$build/zelconv-import}"
+# Makes a fresh directory, removed at the end, the current one.
+enter_work_dir() {
+  work=$(mktemp -d)
+  trap 'rm -rf "$work"' EXIT
+  cd "$work"
+}
+
+# record_or_skip WHAT PERF_RECORD_COMMAND...: perf.data, copied from
+# BENCH_PERF_DATA when that is set, or recorded by the command. Where perf is
+# missing or cannot record, says why and ends the benchmark with status 0.
+record_or_skip() {
+  local what=$1
+  shift
+  if ! command -v perf >/dev/null 2>&1; then
+    echo "skipped: perf is not installed (Debian package linux-perf)"
+    exit 0
+  fi
+  if [ -n "${BENCH_PERF_DATA:-}" ]; then
+    cp "$BENCH_PERF_DATA" perf.data
+  elif ! "$@" >record.log 2>&1; then
+    echo "skipped: perf could not record $what here: $(head -c 300 record.log)"
+    exit 0
+  fi
+}
+
+# converted.data from perf.data, in the converter's layout, through the
+# importer (ZELCONV_IMPORT, by default the build's zelconv-import).
+import_recording() {
+  local importer=${ZELCONV_IMPORT:-$build/zelconv-import}
+  if ! "$importer" perf.data converted.data >import.log 2>&1; then
+    echo "$importer could not convert the recording:" >&2
+    cat import.log >&2
+    exit 1
+  fi
 }

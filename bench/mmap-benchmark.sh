@@ -13,9 +13,7 @@ sizes=("$@")
 [ ${#sizes[@]} -gt 0 ] || sizes=(10000 100000 1000000)
 here=$(cd "$(dirname "$0")" && pwd)
 source "$here/bench-lib.sh"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
+enter_work_dir
 mkdir -p root
 
 echo "no ratio to perf script: perf cannot read the generated layout, whose attributes hold no sample layout"

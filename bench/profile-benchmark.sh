@@ -10,9 +10,7 @@ build=$(cd "${1:-build}" && pwd)
 samples=${2:-1000000}
 here=$(cd "$(dirname "$0")" && pwd)
 source "$here/bench-lib.sh"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
+enter_work_dir
 
 "$build/bench/make_profile_recording" perf.data "$samples"
 mkdir -p bin root sym/bench

@@ -16,25 +16,9 @@ build=$(cd "${1:-build}" && pwd)
 duration=${2:-20}
 here=$(cd "$(dirname "$0")" && pwd)
 source "$here/bench-lib.sh"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-
-if ! command -v perf >/dev/null 2>&1; then
-  echo "skipped: perf is not installed (Debian package linux-perf)"
-  exit 0
-fi
-if [ -n "${BENCH_PERF_DATA:-}" ]; then
-  cp "$BENCH_PERF_DATA" perf.data
-elif ! perf record -q -g -a -F 10000 -o perf.data -- sleep "$duration" >record.log 2>&1; then
-  echo "skipped: perf could not record a call-graph profile here: $(head -c 300 record.log)"
-  exit 0
-fi
-if ! "$(importer)" perf.data converted.data >import.log 2>&1; then
-  echo "$(importer) could not convert the recording:" >&2
-  cat import.log >&2
-  exit 1
-fi
+enter_work_dir
+record_or_skip "a call-graph profile" perf record -q -g -a -F 10000 -o perf.data -- sleep "$duration"
+import_recording
 
 real_nm=$(command -v nm || echo /usr/bin/nm)
 mkdir -p plain-nm silent-nm

@@ -15,14 +15,7 @@ build=$(cd "${1:-build}" && pwd)
 loops=${2:-1000}
 here=$(cd "$(dirname "$0")" && pwd)
 source "$here/bench-lib.sh"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-
-if ! command -v perf >/dev/null 2>&1; then
-  echo "skipped: perf is not installed (Debian package linux-perf)"
-  exit 0
-fi
+enter_work_dir
 events=()
 for event in sched:sched_switch sched:sched_wakeup sched:sched_wakeup_new task:task_newtask task:task_rename \
              irq:irq_handler_entry irq:irq_handler_exit irq:softirq_entry irq:softirq_exit \
@@ -30,19 +23,9 @@ for event in sched:sched_switch sched:sched_wakeup sched:sched_wakeup_new task:t
   events+=(-e "$event")
 done
 # A large buffer, so that perf keeps up with the bursts of switches.
-if [ -n "${BENCH_PERF_DATA:-}" ]; then
-  cp "$BENCH_PERF_DATA" perf.data
-elif ! perf record -q -m 2048 -a "${events[@]}" -o perf.data -- perf bench sched messaging -l "$loops" \
-     >record.log 2>&1; then
-  echo "skipped: perf could not record trace-points here (permission, tracefs or events missing):" \
-       "$(head -c 300 record.log)"
-  exit 0
-fi
-if ! "$(importer)" perf.data converted.data >import.log 2>&1; then
-  echo "$(importer) could not convert the recording:" >&2
-  cat import.log >&2
-  exit 1
-fi
+record_or_skip "trace-points (permission, tracefs or events missing)" \
+  perf record -q -m 2048 -a "${events[@]}" -o perf.data -- perf bench sched messaging -l "$loops"
+import_recording
 
 recorded=$(stat -c %s perf.data)
 converted=$(stat -c %s converted.data)

@@ -11,9 +11,7 @@ cpus=${3:-8}
 processes=${4:-500}
 here=$(cd "$(dirname "$0")" && pwd)
 source "$here/bench-lib.sh"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
+enter_work_dir
 
 "$build/bench/make_sched_recording" perf.data "$events" "$cpus" "$processes"
 mkdir -p root
