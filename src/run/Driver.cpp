@@ -1,5 +1,9 @@
 #include "Driver.h"
 
+#include <sched.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <cstring>
 
@@ -56,6 +60,35 @@ void writeProfile(PerfJSONWriter& writer)
     writer.newElementEnd();
 }
 
+// nm may run in the background, beside the conversion, where the order of
+// its messages among the converter's own cannot show: not with diagnostics
+// or kernel-log markers, nor with standard output and standard error going
+// to one file, where the converter's lines would interleave with nm's,
+// unless that file is the null device.
+bool nmMayRunInBackground()
+{
+    if (gTimechartMode || gVerbosity != 0 || gShowMarkers)
+        return false;
+    struct stat out;
+    struct stat err;
+    if (fstat(STDOUT_FILENO, &out) != 0 || fstat(STDERR_FILENO, &err) != 0)
+        return true;
+    if (out.st_dev != err.st_dev || out.st_ino != err.st_ino)
+        return true;
+    struct stat null;
+    return S_ISCHR(out.st_mode) && stat("/dev/null", &null) == 0 && S_ISCHR(null.st_mode) &&
+           out.st_rdev == null.st_rdev;
+}
+
+unsigned int cores()
+{
+    cpu_set_t set;
+    if (sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) > 0)
+        return (unsigned int)CPU_COUNT(&set);
+    long online = sysconf(_SC_NPROCESSORS_ONLN);
+    return online > 0 ? (unsigned int)online : 1;
+}
+
 }  // namespace
 
 void loadSymbolTables()
@@ -80,6 +113,7 @@ void readRecording(PerfReader& reader)
 
 void writeDocument(PerfJSONWriter& writer)
 {
+    SymbolTable::finishLoading();
     if (!gTimechartMode) {
         writeProfile(writer);
         return;
@@ -109,6 +143,8 @@ int runConverter(int argc, char** argv)
     readEnvironment();
 
     loadSymbolTables();
+    if (nmMayRunInBackground())
+        SymbolTable::loadInBackground(cores());
 
     if (reader.open(inFileName.c_str()) == -1)
         errorExit("Bad In File Name", -1);

@@ -1,26 +1,27 @@
 #include "SymbolTable.h"
 
 #include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
+#include <deque>
 #include <map>
+#include <new>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "FileNames.h"
+#include "NmRunner.h"
 #include "PerfJSONWriter.h"
 #include "ProfileSection.h"
 #include "Settings.h"
 #include "SystemFiles.h"
 #include "TimeBase.h"
-
-extern char** environ;
 
 std::vector<std::string> SymbolTable::_paths;
 std::vector<SymbolTable*> SymbolTable::_allSymbolTables;
@@ -33,8 +34,12 @@ namespace {
 // Like the tables, the two maps are never destroyed: what a run keeps stays
 // reachable to its end, also for a leak checker looking after static destructors.
 std::map<std::string, SymbolTable*>& _symbolTables = *new std::map<std::string, SymbolTable*>();
-// Synthetic symbols by the address of their 64 KiB unit.
-std::map<uint64_t, SymbolTableElement*>& _synthetics = *new std::map<uint64_t, SymbolTableElement*>();
+// Synthetic symbols by the address of their 64 KiB unit; looked up for every
+// address no map covers, and never walked in order.
+std::unordered_map<uint64_t, SymbolTableElement*>& _synthetics =
+    *new std::unordered_map<uint64_t, SymbolTableElement*>();
+// Tables whose nm listing is still to be read, in the order of their commands.
+std::deque<SymbolTable*>& _awaitingListing = *new std::deque<SymbolTable*>();
 
 constexpr int kLineBuffer = 4096;
 constexpr uint64_t kKernelFloor = 0x2FFFFFFF;
@@ -97,20 +102,14 @@ int parseAddressAndType(const char* line, unsigned long long& address, char& typ
     return 2;
 }
 
-// Reads the next line into `buffer`. At the end of the input the buffer keeps
-// the line before, which the caller then sees a second time. False only on a
-// read error, which would otherwise never reach the end of the input.
-bool readLine(FILE* input, char* buffer, int size)
-{
-    return fgets(buffer, size, input) != nullptr || !ferror(input);
-}
-
 // Reads up to the next line that is not a mapping symbol and starts with an
 // address and a type letter; false at the end of the input or on a read error.
-bool nextListingLine(FILE* input, char* buffer, int size, unsigned long long& address, char& type)
+// At the end of the input the buffer keeps the line before, which the caller
+// then sees a second time.
+bool nextListingLine(ListingText& input, char* buffer, int size, unsigned long long& address, char& type)
 {
-    while (!feof(input)) {
-        if (!readLine(input, buffer, size))
+    while (!input.atEnd()) {
+        if (!input.readLine(buffer, size))
             return false;
         if (isMappingSymbol(buffer))
             continue;
@@ -120,46 +119,6 @@ bool nextListingLine(FILE* input, char* buffer, int size, unsigned long long& ad
             return true;
     }
     return false;
-}
-
-std::string temporaryDirectory()
-{
-    std::error_code error;
-    std::filesystem::path directory = std::filesystem::temp_directory_path(error);
-    return error ? std::string("/tmp") : directory.string();
-}
-
-// Runs "nm -nCg path" with its standard output in a new private file and
-// returns that file's name, or an empty string if no file could be made. No
-// shell is involved, so the path reaches nm as one argument whatever it holds.
-// A missing or failing nm leaves the file empty.
-std::string runNm(const char* path)
-{
-    std::string listName = temporaryDirectory() + "/zelconv-nm-XXXXXX";
-    int fd = mkstemp(listName.data());
-    if (fd < 0)
-        return std::string();
-    fcntl(fd, F_SETFD, FD_CLOEXEC);
-
-    // A path found on the search path begins with "/" or with a directory the
-    // user gave; should that begin with "-", nm must not take it for an option.
-    std::string argument = path[0] == '-' ? std::string("./") + path : std::string(path);
-    char nm[] = "nm";
-    char options[] = "-nCg";
-    char* argv[] = {nm, options, argument.data(), nullptr};
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, fd, STDOUT_FILENO);
-    pid_t child = 0;
-    if (posix_spawnp(&child, "nm", &actions, nullptr, argv, environ) == 0) {
-        int status = 0;
-        while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-        }
-    }
-    posix_spawn_file_actions_destroy(&actions);
-    close(fd);
-    return listName;
 }
 
 }  // namespace
@@ -199,6 +158,8 @@ void SymbolTable::_register()
 
 SymbolTable::~SymbolTable()
 {
+    // Listings are read in order, so one still awaited is read before the table goes.
+    _awaitListing();
     // A table that goes away must not stay reachable from the static tables.
     for (auto it = _symbolTables.begin(); it != _symbolTables.end();)
         it = it->second == this ? _symbolTables.erase(it) : std::next(it);
@@ -211,15 +172,22 @@ SymbolTable::~SymbolTable()
         _syntheticSymTable = nullptr;
 
     // With the bypass set the elements are left to the end of the process.
-    if (_bypassDestructor)
+    if (_bypassDestructor) {
+        for (auto& block : _elementBlocks)
+            (void)block.release();
+        for (auto& block : _nameBlocks)
+            (void)block.release();
         return;
+    }
     if (!_synthetics.empty()) {
         std::unordered_set<SymbolTableElement*> own(_elements.begin(), _elements.end());
         for (auto it = _synthetics.begin(); it != _synthetics.end();)
             it = own.count(it->second) != 0 ? _synthetics.erase(it) : std::next(it);
     }
+    // Every element comes from the table's blocks, which go with the table.
     for (SymbolTableElement* element : _elements)
-        delete element;
+        if (element != nullptr)
+            element->~SymbolTableElement();
     _elements.clear();
     _ranges.clear();
 }
@@ -231,11 +199,44 @@ SymbolTableElement* SymbolTable::addElement(unsigned long long start, unsigned l
         _highAddress = start;
     if (start < _lowAddress)
         _lowAddress = start;
-    SymbolTableElement* element = new SymbolTableElement(name, start, size, file, line);
+    SymbolTableElement* element = _newElement(_keepName(name), start, size, file, line);
     _elements.push_back(element);
     if (_ranges.size() + 1 == _elements.size())
         _syncRanges();
     return element;
+}
+
+std::string_view SymbolTable::_keepName(const char* name)
+{
+    const size_t length = name != nullptr ? strlen(name) : 0;
+    if (length + 1 > _nameSpaceLeft) {
+        _nameBlockSize = _nameBlockSize == 0 ? kFirstNameBlock : std::min(2 * _nameBlockSize, kLargestNameBlock);
+        const size_t blockSize = std::max(length + 1, _nameBlockSize);
+        _nameBlocks.emplace_back(new char[blockSize]);
+        _nameSpace = _nameBlocks.back().get();
+        _nameSpaceLeft = blockSize;
+    }
+    char* kept = _nameSpace;
+    if (length > 0)
+        memcpy(kept, name, length);
+    kept[length] = '\0';
+    _nameSpace += length + 1;
+    _nameSpaceLeft -= length + 1;
+    return std::string_view(kept, length);
+}
+
+SymbolTableElement* SymbolTable::_newElement(std::string_view name, unsigned long long start, unsigned long long size,
+                                             FileNames* file, unsigned int line)
+{
+    if (_elementsLeft == 0) {
+        _elementBlockSize =
+            _elementBlockSize == 0 ? kFirstElementBlock : std::min(2 * _elementBlockSize, kLargestElementBlock);
+        _elementBlocks.emplace_back(new unsigned char[_elementBlockSize * sizeof(SymbolTableElement)]);
+        _elementsLeft = _elementBlockSize;
+    }
+    void* place = _elementBlocks.back().get() + (_elementBlockSize - _elementsLeft) * sizeof(SymbolTableElement);
+    _elementsLeft--;
+    return new (place) SymbolTableElement(SymbolTableElement::KeptName{name}, start, size, file, line);
 }
 
 // The search reads the ranges from a contiguous copy, so a lookup touches one
@@ -254,6 +255,7 @@ void SymbolTable::_syncRanges()
 
 SymbolTableElement* SymbolTable::findElement(unsigned long long address)
 {
+    _awaitListing();
     const int64_t count = (int64_t)_elements.size();
     if (count == 0)
         return nullptr;
@@ -290,6 +292,7 @@ SymbolTableElement* SymbolTable::findElement(unsigned long long address)
 
 SymbolTableElement* SymbolTable::findElementLinear(unsigned long long address)
 {
+    _awaitListing();
     for (SymbolTableElement* element : _elements) {
         if (element == nullptr)
             return nullptr;
@@ -325,6 +328,7 @@ SymbolTable* SymbolTable::findExistingSymbolTable(const std::string& name)
 
 void SymbolTable::out(PerfJSONWriter& writer, unsigned int)
 {
+    _awaitListing();
     for (SymbolTableElement* element : _elements) {
         if (element == nullptr)
             return;
@@ -349,6 +353,7 @@ void SymbolTable::outAll(PerfJSONWriter& writer)
 
 void SymbolTable::outKeys(PerfJSONWriter& writer)
 {
+    _awaitListing();
     writer.writeArrayStart("smapkeys");
     writer.writeNamed("smapkeys2", 777u);
     for (SymbolTableElement* element : _elements) {
@@ -362,6 +367,7 @@ void SymbolTable::outKeys(PerfJSONWriter& writer)
 
 void SymbolTable::show()
 {
+    _awaitListing();
     for (SymbolTableElement* element : _elements)
         if (element != nullptr)
             element->show();
@@ -369,6 +375,7 @@ void SymbolTable::show()
 
 void SymbolTable::showAllUsed()
 {
+    _awaitListing();
     bool headed = false;
     auto showUsed = [&](SymbolTableElement& element) {
         if (!element._used)
@@ -425,15 +432,22 @@ int SymbolTable::stripPath(std::string& path, std::string& baseName)
     return 1;
 }
 
-int SymbolTable::checkFile(std::string& directory, std::string& file, std::string& result)
+// The path that checkFile tries for `file` in `directory`. A relative name
+// always gets a separator, even behind a directory that ends in "/"; an
+// absolute one is placed below the directory as it stands.
+std::string SymbolTable::_placeOf(const std::string& directory, const std::string& file)
 {
-    result = directory;
-    // A relative name always gets a separator, even behind a directory that
-    // ends in "/"; an absolute one is placed below the directory as it stands.
+    std::string result = directory;
     if (file.empty() || file[0] != '/')
         result += '/';
     result += file;
     result.erase(0, result.find_first_not_of(' '));
+    return result;
+}
+
+int SymbolTable::checkFile(std::string& directory, std::string& file, std::string& result)
+{
+    result = _placeOf(directory, file);
     int flags = O_RDONLY;
 #ifdef O_LARGEFILE
     flags |= O_LARGEFILE;
@@ -495,8 +509,11 @@ SymbolTable* SymbolTable::findAndRead(const char* name)
     for (;;) {
         if (gVerbosity > 0)
             printf("SymbolTable:findAndRead %s\n", path.c_str());
-        table = generateAndRead(path.c_str());
-        if (table != nullptr && table->_elements.size() > 1)
+        // Whether the search goes on depends on the listing, so it is waited
+        // for unless no later place could hold the file.
+        const bool mayWait = NmRunner::instance().inBackground() && !_laterPlaceMayHold(fullName, index + 1);
+        table = _generate(path.c_str(), mayWait);
+        if (table != nullptr && (table->_listingJob != kNoListing || table->_elements.size() > 1))
             return table;
         if (index >= (int)_paths.size())
             return table;
@@ -509,35 +526,83 @@ SymbolTable* SymbolTable::findAndRead(const char* name)
 
 SymbolTable* SymbolTable::generateAndRead(const char* path)
 {
+    return _generate(path, false);
+}
+
+SymbolTable* SymbolTable::_generate(const char* path, bool mayWait)
+{
     if (gVerbosity > 0)
         printf("SymbolTable:generateAndRead %s\n", path);
     writeMarker(path);
-    std::string listName = runNm(path);
+    const size_t job = NmRunner::instance().submit(path);
     SymbolTable* table = new SymbolTable(path, 0, 0);
-    if (!listName.empty()) {
-        table->readFromFile(listName.c_str());
-        unlink(listName.c_str());
-    }
+    table->_listingJob = job;
+    _awaitingListing.push_back(table);
+    if (mayWait)
+        return table;
+    _readListingsUpTo(table);
     // The table stays cached even when it is not handed back.
     if (table->_elements.size() < 2)
         return nullptr;
     return table;
 }
 
+void SymbolTable::_readListingsUpTo(SymbolTable* upTo)
+{
+    while (!_awaitingListing.empty()) {
+        SymbolTable* table = _awaitingListing.front();
+        _awaitingListing.pop_front();
+        const size_t job = table->_listingJob;
+        table->_listingJob = kNoListing;
+        NmRunner::Listing listing = NmRunner::instance().collect(job);
+        if (listing.made)
+            table->_readSorted(listing.text, false);
+        if (table == upTo)
+            return;
+    }
+}
+
+// Whether a place from `index` on might let findPathForFile open `name`. A
+// file that is not there for stat cannot be opened; anything else might be.
+bool SymbolTable::_laterPlaceMayHold(const std::string& name, int index)
+{
+    std::string shortName;
+    fileNameNoPath(name, shortName);
+    struct stat status;
+    for (; index < (int)_paths.size(); index++)
+        for (const std::string* file : {&name, (const std::string*)&shortName})
+            if (stat(_placeOf(_paths[(size_t)index], *file).c_str(), &status) == 0 ||
+                (errno != ENOENT && errno != ENOTDIR))
+                return true;
+    return false;
+}
+
+void SymbolTable::loadInBackground(unsigned int workers)
+{
+    NmRunner::instance().runInBackground(workers);
+}
+
+void SymbolTable::finishLoading()
+{
+    _readListingsUpTo(nullptr);
+    NmRunner::instance().stop();
+}
+
 int SymbolTable::readFromFile(const char* path)
 {
     const bool kernel = strcmp(path, SystemFiles::kallsyms) == 0;
-    FILE* input = fopen(kernel ? SystemFiles::path(SystemFiles::kallsyms).c_str() : path, "r");
-    if (input == nullptr)
+    int fd = open(kernel ? SystemFiles::path(SystemFiles::kallsyms).c_str() : path, O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
         return -1;
-    int result = _readSorted(input, kernel);
-    fclose(input);
+    ListingText input = ListingText::reading(fd);
+    const int result = _readSorted(input, kernel);
+    close(fd);
     return result;
 }
 
 // One pass over a list in ascending order: each symbol is added when its
 // successor is read, and reaches up to it.
-int SymbolTable::_readSorted(FILE* input, bool kernel)
+int SymbolTable::_readSorted(ListingText& input, bool kernel)
 {
     // The buffer keeps its contents from line to line: a failed read at the
     // end leaves the last line in it, and the line end of each new line is
@@ -605,7 +670,7 @@ int SymbolTable::_readSorted(FILE* input, bool kernel)
 
 // The rest of a list whose addresses went backward: gathered by address, then
 // added in ascending order. The line that showed the disorder is not taken.
-void SymbolTable::_readUnsorted(FILE* input, char* buffer, int bufferSize, uint64_t pendingAddress,
+void SymbolTable::_readUnsorted(ListingText& input, char* buffer, int bufferSize, uint64_t pendingAddress,
                                 const std::string& pendingName)
 {
     if (gVerbosity > 0)

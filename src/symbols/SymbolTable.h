@@ -7,9 +7,12 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "ListingText.h"
 #include "PerfFoundation.h"
 #include "SymbolTableElement.h"
 
@@ -60,6 +63,15 @@ public:
     static SymbolTable* findAndRead(const char* name);
     // Runs nm over `path` into a private list file and reads it; null below two symbols.
     static SymbolTable* generateAndRead(const char* path);
+    // From here on nm runs in the background, one command per core, while the
+    // conversion goes on. findAndRead then hands out a table whose listing is
+    // read when the table is first searched or written; one whose listing
+    // turns out to hold fewer than two symbols stands in for null, which its
+    // searches match, since they find nothing. Listings are read in the order
+    // their commands were given, as file keys are numbered in that order.
+    static void loadInBackground(unsigned int workers);
+    // Reads every listing still outstanding and ends the background work.
+    static void finishLoading();
     // Parses nm output, or the kernel symbol list when `path` is SystemFiles::kallsyms
     // (opened under the redirected root), into this table; -1 if it cannot be opened.
     int readFromFile(const char* path);
@@ -77,6 +89,9 @@ public:
     uint64_t _lowAddress;
     uint64_t _highAddress;
     SymbolTableElement _tableElement;
+    // Empty while the table waits for its nm listing (loadInBackground): the
+    // operations above wait for it, code that reads this directly must not
+    // run before finishLoading.
     std::vector<SymbolTableElement*> _elements;
     std::string _fileName;
 
@@ -91,11 +106,44 @@ private:
         uint64_t end;  // inclusive: start + size
         bool present;  // false for a null entry, which ends a search
     };
+    static constexpr size_t kNoListing = ~(size_t)0;
+    // Blocks start small and double, so a table of a few symbols stays small.
+    static constexpr size_t kFirstElementBlock = 16;
+    static constexpr size_t kLargestElementBlock = 1024;
+    static constexpr size_t kFirstNameBlock = 1024;
+    static constexpr size_t kLargestNameBlock = 65536;
+
+    // Elements and their names live in blocks that never move, so that a
+    // list of many symbols is loaded without an allocation per symbol.
+    std::string_view _keepName(const char* name);
+    SymbolTableElement* _newElement(std::string_view name, unsigned long long start, unsigned long long size,
+                                    FileNames* file, unsigned int line);
+    std::vector<std::unique_ptr<unsigned char[]>> _elementBlocks;
+    size_t _elementBlockSize = 0;
+    size_t _elementsLeft = 0;
+    std::vector<std::unique_ptr<char[]>> _nameBlocks;
+    size_t _nameBlockSize = 0;
+    char* _nameSpace = nullptr;
+    size_t _nameSpaceLeft = 0;
+
     void _syncRanges();
     void _register();
     std::vector<Range> _ranges;
-    int _readSorted(FILE* input, bool kernel);
-    void _readUnsorted(FILE* input, char* buffer, int bufferSize, uint64_t pendingAddress,
+    // The number of the nm command whose listing this table still waits for.
+    size_t _listingJob = kNoListing;
+
+    static SymbolTable* _generate(const char* path, bool mayWait);
+    // Reads the outstanding listings in order, up to that of `upTo` (all for null).
+    static void _readListingsUpTo(SymbolTable* upTo);
+    void _awaitListing()
+    {
+        if (_listingJob != kNoListing)
+            _readListingsUpTo(this);
+    }
+    static bool _laterPlaceMayHold(const std::string& name, int index);
+    static std::string _placeOf(const std::string& directory, const std::string& file);
+    int _readSorted(ListingText& input, bool kernel);
+    void _readUnsorted(ListingText& input, char* buffer, int bufferSize, uint64_t pendingAddress,
                        const std::string& pendingName);
 };
 

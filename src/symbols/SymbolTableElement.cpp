@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "FileNames.h"
 #include "PerfJSONWriter.h"
@@ -10,15 +11,35 @@
 uint32_t SymbolTableElement::_runningIndex = 0;
 
 SymbolTableElement::SymbolTableElement()
-    : _key(0), _useCount(0), _used(false), _flag(false), _address(0), _size(0), _file(nullptr), _lineNumber(0)
+    : _key(0), _useCount(0), _used(false), _flag(false), _name(""), _address(0), _size(0), _file(nullptr),
+      _lineNumber(0)
 {
     _setFile(nullptr);
 }
 
 SymbolTableElement::SymbolTableElement(const char* name, unsigned long long address, unsigned long long size,
                                        FileNames* file, unsigned int line)
-    : _key(0), _useCount(0), _used(false), _flag(false), _name(name != nullptr ? name : ""), _address(address),
+    : _key(0), _useCount(0), _used(false), _flag(false), _name(""), _address(address),
       _size(size > kMaxSize ? 0 : size), _file(nullptr), _lineNumber(line)
+{
+    if (name != nullptr) {
+        const size_t length = strlen(name);
+        _ownName.reset(new char[length + 1]);
+        memcpy(_ownName.get(), name, length + 1);
+        _name = std::string_view(_ownName.get(), length);
+    }
+    _announce(file);
+}
+
+SymbolTableElement::SymbolTableElement(KeptName name, unsigned long long address, unsigned long long size,
+                                       FileNames* file, unsigned int line)
+    : _key(0), _useCount(0), _used(false), _flag(false), _name(name.text), _address(address),
+      _size(size > kMaxSize ? 0 : size), _file(nullptr), _lineNumber(line)
+{
+    _announce(file);
+}
+
+void SymbolTableElement::_announce(FileNames* file)
 {
     if (gVerbosity > 0)
         show();
@@ -68,7 +89,7 @@ void SymbolTableElement::setMapKey(unsigned int key)
 void SymbolTableElement::show()
 {
     printf("SYMB k:%05d a:%08llx l:%05llx u%05d n:%s\n", (int)_key, (unsigned long long)_address,
-           (unsigned long long)_size, (int)_useCount, _name.c_str());
+           (unsigned long long)_size, (int)_useCount, _name.data());
 }
 
 void SymbolTableElement::out(PerfJSONWriter& writer, unsigned int)
@@ -76,7 +97,7 @@ void SymbolTableElement::out(PerfJSONWriter& writer, unsigned int)
     writer.writeArrayStart(nullptr);
     writer.writeNamed("key", (unsigned int)_key);
     // Names this short are left-overs of the parse, not real function names.
-    writer.writeNamed("name", _name.size() < 4 ? "*BlankName*" : _name.c_str());
+    writer.writeNamed("name", _name.size() < 4 ? "*BlankName*" : _name.data());
     writer.writeNamed("startAddress", (unsigned long long)_address);
     writer.writeNamed("sectionSize", (unsigned long long)_size);
     writer.writeArrayStart("mapkeys");

@@ -4,7 +4,8 @@
 #define ZELCONV_SYMBOLTABLEELEMENT_H
 
 #include <cstdint>
-#include <string>
+#include <memory>
+#include <string_view>
 #include <vector>
 
 class FileNames;
@@ -15,8 +16,17 @@ public:
     // Sizes above this are gaps between symbols rather than functions, and are stored as 0.
     static constexpr uint64_t kMaxSize = 0x100000;
 
+    // A name kept by someone else, zero-terminated, for the element's life.
+    struct KeptName {
+        std::string_view text;
+    };
+
     SymbolTableElement();
+    // The element keeps a copy of `name`.
     SymbolTableElement(const char* name, unsigned long long address, unsigned long long size, FileNames* file,
+                       unsigned int line);
+    // The element refers to `name`, as a table's elements do to the table's name store.
+    SymbolTableElement(KeptName name, unsigned long long address, unsigned long long size, FileNames* file,
                        unsigned int line);
     ~SymbolTableElement();
     SymbolTableElement(const SymbolTableElement&) = delete;
@@ -38,7 +48,7 @@ public:
     // The two map keys noted last: both are in _mapKeys, so a repeat needs no search of it.
     uint32_t _recentMapKeys[2] = {0, 0};
     std::vector<uint32_t> _mapKeys;
-    std::string _name;
+    std::string_view _name;  // zero-terminated
     uint64_t _address;
     uint64_t _size;
     FileNames* _file;  // never null; not owned
@@ -49,7 +59,9 @@ public:
 
 private:
     void _setFile(FileNames* file);
+    void _announce(FileNames* file);
 
+    std::unique_ptr<char[]> _ownName;  // the copy of a name the element keeps itself
     bool _ownsFile = false;  // the file is an empty object made for this symbol alone
 };
 

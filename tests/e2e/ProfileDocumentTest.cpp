@@ -195,3 +195,45 @@ TEST(ProfileDocument, SymbolsFromTheKernelListAndNm)
         "}\n";
     EXPECT_EQ(r.output, expected);
 }
+
+// nm runs beside the walk, and its commands end in another order than they
+// started (the earlier a file, the longer its nm takes). The document and
+// nm's messages must still be those of a run that waits for each nm in turn,
+// as -v 1 does: file keys numbered in the order of the listings (zeta.c,
+// beta.c, then delta.c), libb's single symbol finding nothing, and libc's
+// stripped copy sending the search on to the symbol directory.
+TEST(ProfileDocument, NmInTheBackgroundGivesTheDocumentAndMessagesOfOneAtATime)
+{
+    ConverterRun run;
+    run.file("bin/nm", "#!/bin/sh\nsleep \"$(cat \"$2.delay\" 2>/dev/null || echo 0)\"\n"
+                       "echo \"nm: $2: listed\" >&2\n[ -f \"$2.list\" ] && cat \"$2.list\"\nexit 0\n");
+    std::filesystem::permissions(run.path("bin/nm"), std::filesystem::perms::owner_all);
+    run.prependPath(run.path("bin"));
+    const std::string a = run.path("dev/liba.so"), b = run.path("dev/libb.so"), d = run.path("dev/libd.so"),
+                      c = run.path("dev/libc.so"), cSym = run.path("sym/libc.so");
+    run.file("dev/liba.so", "").file("dev/liba.so.delay", "0.4")
+        .file("dev/liba.so.list", "00001000 T a_one\tsrc/zeta.c:10\n00001100 T a_two\tsrc/beta.c:20\n00001200 T a_end\n");
+    run.file("dev/libb.so", "").file("dev/libb.so.delay", "0.2").file("dev/libb.so.list", "00001000 T b_only\n");
+    run.file("dev/libd.so", "")
+        .file("dev/libd.so.list", "00001000 T d_one\tsrc/delta.c:30\n00001100 T d_two\tsrc/zeta.c:40\n00001200 T d_end\n");
+    run.file("dev/libc.so", "").file("dev/libc.so.list", "00001000 T c_stripped\n");
+    run.file("sym/libc.so", "").file("sym/libc.so.list", "00001000 T c_one\n00001100 T c_two\n00001200 T c_end\n");
+    run.input(B()
+                  .comm(7, 7, "app")
+                  .mmap(7, 7, 0x40000000, 0x10000, 0, a)
+                  .mmap(7, 7, 0x40100000, 0x10000, 0, b)
+                  .mmap(7, 7, 0x40200000, 0x10000, 0, d)
+                  .mmap(7, 7, 0x40300000, 0x10000, 0, c)
+                  .sample(0x40001010, 7, 7, 1000000000ULL, 0, 1, {0x40101010, 0x40201110, 0x40301010})
+                  .sample(0x40201010, 7, 7, 1500000000ULL, 1, 1, {0x40001110}));
+
+    const std::string messages = "nm: " + a + ": listed\nnm: " + b + ": listed\nnm: " + d + ": listed\nnm: " + c +
+                                 ": listed\nnm: " + cSym + ": listed\n";
+    RunResult background = run.run({"-b", "100", "-p", run.path("sym")});
+    RunResult inTurn = run.run({"-b", "100", "-p", run.path("sym"), "-v", "1"});
+    ASSERT_EQ(background.status, 0) << background.err;
+    EXPECT_EQ(background.err, messages);
+    EXPECT_EQ(inTurn.err, messages);
+    EXPECT_EQ(background.output, inTurn.output);
+    EXPECT_NE(background.output.find("\"src/zeta.c\""), std::string::npos);
+}

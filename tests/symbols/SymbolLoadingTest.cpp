@@ -27,6 +27,8 @@ struct Listing {
 
 void PrintTo(const Listing& listing, std::ostream* os) { *os << listing.label; }
 
+const std::string kLongLine = "00001000 T " + std::string(4100, 'q') + "\n00002000 T b\n";
+
 class SymbolLoading : public SymbolFixture {
 protected:
     // PATH with a fake nm first, which logs its arguments to nm.log and prints "<path>.list".
@@ -70,6 +72,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "00001000 T a\n00003000 T c\n00002000 T b\n00004000 T d\n00003000 T e\n00005000 T f\n",
                 {{0x1000, 0x2000, "a\n"}, {0x3000, 0x1000, "e\n"}, {0x4000, 0x1000, "d\n"}, {0x5000, 1, "f\n"}}},
         Listing{"LineWithoutANameIsSafe", "00001000 T\n00001010 T x1\n", {{0x1000, 0x10, ""}, {0x1010, 0, "x1"}}},
+        // A line reads at most 4095 characters; the rest of it is a line of its own, which has no address.
+        Listing{"LongLineIsCutAtTheBuffer", kLongLine.c_str(), {{0x1000, 0x1000, std::string(4084, 'q')}, {0x2000, 0, "b"}}},
         Listing{"Empty", "", {}}),
     [](const testing::TestParamInfo<Listing>& info) { return std::string(info.param.label); });
 
