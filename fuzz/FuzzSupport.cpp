@@ -13,6 +13,7 @@
 #include "GPUChart.h"
 #include "IRQChart.h"
 #include "PerfFactory.h"
+#include "PerfRecordArena.h"
 #include "PerfRecordComm.h"
 #include "PerfRecordMMap.h"
 #include "PerfRecordSample.h"
@@ -120,6 +121,7 @@ void resetConverter()
     for (PerfRecordSample* sample : PerfRecordSample::_allSamples)
         delete sample;
     PerfRecordSample::_allSamples.clear();
+    PerfRecordArena::release();
     PerfRecordSample::samplesMissingMaps.clear();
     PerfRecordSample::samplesMissingProcess.clear();
     PerfRecordSample::_runningIndex = 0;

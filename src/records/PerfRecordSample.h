@@ -30,11 +30,6 @@ struct PerfRecordSampleS {
 static_assert(offsetof(PerfRecordSampleS, cpu) == 32 && offsetof(PerfRecordSampleS, ips) == 56,
               "plain sample layout");
 
-struct PerfTraceEntryS {
-    uint64_t address;
-    uint32_t key;
-};
-
 class PerfRecordSample : public PerfRecord {
 public:
     static constexpr unsigned int kMaxDepth = 15;
@@ -46,6 +41,10 @@ public:
     PerfRecordSample();
     PerfRecordSample(unsigned long long ip, unsigned long long time, unsigned int cpu, unsigned int pid,
                      unsigned int tid, unsigned long long period, unsigned int nr, const char* record);
+
+    // Samples and decoders live in the record arena, to the end of the run.
+    static void* operator new(size_t size);
+    static void operator delete(void*) {}
 
     static PerfRecord* createInstance(char* buffer);
     static void verifyKeys();
@@ -70,7 +69,11 @@ public:
     uint32_t _mapKey;
     uint32_t _pidKey;
     PerfRecordComm* _processRecord;
-    PerfTraceEntryS _trace[kTraceEntries];
+
+    // Back-trace entry `index`: its address and the key of its symbol or map;
+    // 0 and 0 for an entry that was never read.
+    uint64_t traceAddress(unsigned int index) const;
+    uint32_t traceKey(unsigned int index) const;
 
     static uint64_t _runningIndex;
     static std::vector<PerfRecordSample*> _allSamples;
@@ -79,6 +82,13 @@ public:
     static uint64_t _lastSampleTime;
     static std::vector<PerfRecordSample*> samplesMissingMaps;
     static std::vector<PerfRecordSample*> samplesMissingProcess;
+
+private:
+    // The entries read, in the record arena: two words each (address, key),
+    // or three (address low and high, key) when an address needs 64 bits.
+    uint32_t* _traceWords;
+    uint8_t _traceEntries;
+    bool _wideTrace;
 };
 
 #endif
