@@ -218,8 +218,13 @@ void JsomStringWriter::appendNull()
 
 void JsomStringWriter::appendJsonValue(const char* text, int length)
 {
-    if (valuePrologue("appendJsonValue") && length > 0)
+    if (startJsonValue() && length > 0)
         _out.append(text, (size_t)length);
+}
+
+bool JsomStringWriter::startJsonValue()
+{
+    return valuePrologue("appendJsonValue");
 }
 
 void JsomStringWriter::quote(const char* text, int length, bool raw)
