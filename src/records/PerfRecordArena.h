@@ -10,15 +10,25 @@
 
 class PerfRecordArena {
 public:
-    static constexpr size_t kChunkBytes = (size_t)1 << 20;
+    // Large enough that the C library maps each chunk on its own and gives
+    // it back to the system when it is freed.
+    static constexpr size_t kChunkBytes = (size_t)32 << 20;
+    // The most one request may take.
+    static constexpr size_t kMaxRequest = 4096;
 
-    // `bytes` of storage aligned for any object, valid until release().
+    // `bytes` (at most kMaxRequest) of storage aligned for any object, valid
+    // until its chunk is released.
     static void* allocate(size_t bytes);
+    // Frees the chunks allocated before the one that holds `place`, whose
+    // contents the caller is done with; nothing when no chunk holds it.
+    static void releaseBefore(const void* place);
     // Frees every chunk, for a harness that converts many inputs in one process.
     static void release();
 
 private:
+    // Chunks in order of allocation; those before _firstKept are freed.
     static std::vector<char*> _chunks;
+    static size_t _firstKept;
     static char* _next;
     static size_t _free;
 };

@@ -237,8 +237,15 @@ void PerfRecordSample::outAll(PerfJSONWriter& writer)
                            {"tid", "tid for this sample"},
                            {"bt.ip", "backtrace program counter"},
                            {"bt.mapkey", "backtrace map key"}});
-    for (PerfRecordSample* sample : _allSamples)
-        if (sample != nullptr)
-            sample->out(writer);
+    // This section is the samples' last use: each is destroyed once written,
+    // and the arena chunks of those written go back while the document grows.
+    for (PerfRecordSample*& sample : _allSamples) {
+        if (sample == nullptr)
+            continue;
+        PerfRecordArena::releaseBefore(sample);
+        sample->out(writer);
+        delete sample;
+        sample = nullptr;
+    }
     ProfileSection::end(writer);
 }

@@ -59,6 +59,7 @@ public:
     void processTrace(const char* record);
     void verifyKey();
 
+    // Writes the samples section, and destroys every sample as it is written.
     static void outAll(PerfJSONWriter& writer);
 
     uint64_t _ip;
