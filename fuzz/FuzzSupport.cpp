@@ -13,7 +13,6 @@
 #include "GPUChart.h"
 #include "IRQChart.h"
 #include "PerfFactory.h"
-#include "PerfRecordArena.h"
 #include "PerfRecordComm.h"
 #include "PerfRecordMMap.h"
 #include "PerfRecordSample.h"
@@ -118,10 +117,7 @@ void writeWholeFile(const std::string& path, const std::string& contents)
 void resetConverter()
 {
     // Samples and decoders point at processes, maps and symbols: they go first.
-    for (PerfRecordSample* sample : PerfRecordSample::_allSamples)
-        delete sample;
-    PerfRecordSample::_allSamples.clear();
-    PerfRecordArena::release();
+    PerfRecordSample::releaseAll();
     PerfRecordSample::samplesMissingMaps.clear();
     PerfRecordSample::samplesMissingProcess.clear();
     PerfRecordSample::_runningIndex = 0;

@@ -26,6 +26,18 @@ void* PerfRecordArena::allocate(size_t bytes)
     return place;
 }
 
+void PerfRecordArena::takeBackFrom(void* place)
+{
+    char* byte = static_cast<char*>(place);
+    if (_chunks.empty() || _firstKept == _chunks.size())
+        return;
+    char* current = _chunks.back();
+    if ((uintptr_t)byte < (uintptr_t)current || (uintptr_t)byte > (uintptr_t)_next)
+        return;
+    _free += (size_t)(_next - byte);
+    _next = byte;
+}
+
 void PerfRecordArena::releaseBefore(const void* place)
 {
     const char* byte = static_cast<const char*>(place);

@@ -19,6 +19,9 @@ public:
     // `bytes` (at most kMaxRequest) of storage aligned for any object, valid
     // until its chunk is released.
     static void* allocate(size_t bytes);
+    // Takes back everything allocated from `place` on, when that lies in the
+    // chunk still being filled; otherwise nothing.
+    static void takeBackFrom(void* place);
     // Frees the chunks allocated before the one that holds `place`, whose
     // contents the caller is done with; nothing when no chunk holds it.
     static void releaseBefore(const void* place);

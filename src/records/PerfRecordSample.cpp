@@ -18,6 +18,8 @@ double PerfRecordSample::_firstSampleTime = 0.0;
 uint64_t PerfRecordSample::_lastSampleTime = 0;
 std::vector<PerfRecordSample*> PerfRecordSample::samplesMissingMaps;
 std::vector<PerfRecordSample*> PerfRecordSample::samplesMissingProcess;
+PerfRecordSample* PerfRecordSample::_unkept = nullptr;
+void* PerfRecordSample::_placed = nullptr;
 
 static PerfAddFactory sampleFactory(9, "sample", PerfRecordSample::createInstance);
 
@@ -62,14 +64,35 @@ PerfRecordSample::PerfRecordSample(unsigned long long ip, unsigned long long tim
         _depth = kMaxDepth;
     key = (uint32_t)++_runningIndex;
     processSample(record);
-    _allSamples.push_back(this);
+    if (gTimechartMode && this == _placed)
+        _unkept = this;
+    else
+        _allSamples.push_back(this);
     if (gVerbosity != 0)
         show();
 }
 
 void* PerfRecordSample::operator new(size_t size)
 {
-    return PerfRecordArena::allocate(size);
+    if (_unkept != nullptr) {
+        PerfRecordSample* done = _unkept;
+        _unkept = nullptr;
+        delete done;
+        PerfRecordArena::takeBackFrom(done);
+    }
+    _placed = PerfRecordArena::allocate(size);
+    return _placed;
+}
+
+void PerfRecordSample::releaseAll()
+{
+    for (PerfRecordSample* sample : _allSamples)
+        delete sample;
+    _allSamples.clear();
+    delete _unkept;
+    _unkept = nullptr;
+    _placed = nullptr;
+    PerfRecordArena::release();
 }
 
 // The word at offset 32 is all that tells a plain sample (a core number)

@@ -46,6 +46,10 @@ public:
     static void* operator new(size_t size);
     static void operator delete(void*) {}
 
+    // Destroys every sample and frees their storage, for a harness that
+    // converts many inputs in one process.
+    static void releaseAll();
+
     static PerfRecord* createInstance(char* buffer);
     static void verifyKeys();
 
@@ -85,6 +89,13 @@ public:
     static std::vector<PerfRecordSample*> samplesMissingProcess;
 
 private:
+    // In timechart mode nothing reads a sample once its record is handled:
+    // the charts keep values of their own. Such a sample lives only until the
+    // next one is made, which takes its place in the arena.
+    static PerfRecordSample* _unkept;
+    // Where operator new placed the sample being constructed.
+    static void* _placed;
+
     // The entries read, in the record arena: two words each (address, key),
     // or three (address low and high, key) when an address needs 64 bits.
     uint32_t* _traceWords;
