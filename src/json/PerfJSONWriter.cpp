@@ -159,7 +159,7 @@ void PerfJSONWriter::writeNamed(const char* label, char* value)
 void PerfJSONWriter::writeNamed(const char* label, const char* value)
 {
     _doLabel(label);
-    _writer->appendString(std::string(value), false);
+    _writer->appendString(value, (int)strlen(value), false);
 }
 
 void PerfJSONWriter::writeArrayStart(const char* label)
