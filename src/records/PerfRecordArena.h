@@ -10,9 +10,11 @@
 
 class PerfRecordArena {
 public:
-    // Large enough that the C library maps each chunk on its own and gives
-    // it back to the system when it is freed.
-    static constexpr size_t kChunkBytes = (size_t)32 << 20;
+    // Chunks grow from the first size to the last as the arena does. The
+    // last is large enough that the C library maps each such chunk on its
+    // own and gives it back to the system when it is freed.
+    static constexpr size_t kFirstChunkBytes = (size_t)64 << 10;
+    static constexpr size_t kLastChunkBytes = (size_t)32 << 20;
     // The most one request may take.
     static constexpr size_t kMaxRequest = 4096;
 
@@ -30,7 +32,11 @@ public:
 
 private:
     // Chunks in order of allocation; those before _firstKept are freed.
-    static std::vector<char*> _chunks;
+    struct Chunk {
+        char* bytes;
+        size_t size;
+    };
+    static std::vector<Chunk> _chunks;
     static size_t _firstKept;
     static char* _next;
     static size_t _free;
