@@ -42,7 +42,9 @@ public:
     PerfRecordSample(unsigned long long ip, unsigned long long time, unsigned int cpu, unsigned int pid,
                      unsigned int tid, unsigned long long period, unsigned int nr, const char* record);
 
-    // Samples and decoders live in the record arena, to the end of the run.
+    // Samples and decoders live in the record arena. Their storage is not
+    // given back one by one: a sample is destroyed by the samples section
+    // that writes it, or in timechart mode by the next sample made.
     static void* operator new(size_t size);
     static void operator delete(void*) {}
 
