@@ -12,9 +12,10 @@ class PerfRecordArena {
 public:
     // Chunks grow from the first size to the last as the arena does. The
     // last is large enough that the C library maps each such chunk on its
-    // own and gives it back to the system when it is freed.
+    // own and gives it back to the system when it is freed, and small enough
+    // that the chunk still being written adds little to the peak.
     static constexpr size_t kFirstChunkBytes = (size_t)64 << 10;
-    static constexpr size_t kLastChunkBytes = (size_t)32 << 20;
+    static constexpr size_t kLastChunkBytes = (size_t)16 << 20;
     // The most one request may take.
     static constexpr size_t kMaxRequest = 4096;
 
