@@ -117,9 +117,7 @@ void writeWholeFile(const std::string& path, const std::string& contents)
 void resetConverter()
 {
     // Samples and decoders point at processes, maps and symbols: they go first.
-    for (PerfRecordSample* sample : PerfRecordSample::_allSamples)
-        delete sample;
-    PerfRecordSample::_allSamples.clear();
+    PerfRecordSample::releaseAll();
     PerfRecordSample::samplesMissingMaps.clear();
     PerfRecordSample::samplesMissingProcess.clear();
     PerfRecordSample::_runningIndex = 0;

@@ -1,5 +1,7 @@
 #include "JsomStringWriter.h"
 
+#include "JsomNumberText.h"
+
 #include <charconv>
 #include <cstdio>
 #include <cstring>
@@ -173,9 +175,9 @@ void JsomStringWriter::appendDouble(double value, int precision)
     char buffer[256];
     int length;
     if (value > 1e16 || value < -1e16) {
-        length = snprintf(buffer, sizeof buffer, "%e", value);
+        length = JsomNumberText::exponent(buffer, sizeof buffer, value);
     } else if (precision != 0) {
-        length = snprintf(buffer, sizeof buffer, "%.*f", precision, value);
+        length = JsomNumberText::fixed(buffer, sizeof buffer, value, precision);
         if (length > precision + 1) {
             while (length > 0 && buffer[length - 1] == '0')
                 length--;
@@ -183,7 +185,7 @@ void JsomStringWriter::appendDouble(double value, int precision)
                 length--;
         }
     } else {
-        length = snprintf(buffer, sizeof buffer, "%f", value);
+        length = JsomNumberText::fixed(buffer, sizeof buffer, value, 6);
     }
     if (length > (int)sizeof buffer - 1)
         length = (int)sizeof buffer - 1;
@@ -216,8 +218,13 @@ void JsomStringWriter::appendNull()
 
 void JsomStringWriter::appendJsonValue(const char* text, int length)
 {
-    if (valuePrologue("appendJsonValue") && length > 0)
+    if (startJsonValue() && length > 0)
         _out.append(text, (size_t)length);
+}
+
+bool JsomStringWriter::startJsonValue()
+{
+    return valuePrologue("appendJsonValue");
 }
 
 void JsomStringWriter::quote(const char* text, int length, bool raw)

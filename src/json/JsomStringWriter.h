@@ -35,6 +35,9 @@ public:
     void appendNull();
     // Ready-made JSON text taken as one value; an empty text still counts.
     void appendJsonValue(const char* text, int length);
+    // What appendJsonValue writes before its text (a comma, an indent); false
+    // when the value is refused here. The caller then places the text itself.
+    bool startJsonValue();
 
     // Closes everything that is open; a pending label gets null.
     void end();

@@ -49,6 +49,8 @@ void PerfJSONWriter::close()
         return;
     _writer->end();
     _writer->flush();
+    for (const std::string& part : _parts)
+        _file.write(part.data(), (std::streamsize)part.size());
     _file.write(_document.data(), (std::streamsize)_document.size());
     _file << '\n';
     _file.flush();
@@ -74,10 +76,45 @@ void PerfJSONWriter::_bufferJsonValue(const char* text, int length)
     _buffer.append(text, (size_t)length);
 }
 
+// A large series becomes a part of its own behind the value's comma, rather
+// than being copied into the current part.
 void PerfJSONWriter::_flushBuffer()
 {
-    _writer->appendJsonValue(_buffer.data(), (int)_buffer.size());
-    _buffer.clear();
+    if (_buffer.size() < kPartBytes / 4) {
+        _writer->appendJsonValue(_buffer.data(), (int)_buffer.size());
+        _buffer.clear();
+        _closePartIfFull();
+        return;
+    }
+    if (_writer->startJsonValue()) {
+        _closePart();
+        _parts.push_back(std::move(_buffer));
+    }
+    _buffer = std::string();
+}
+
+std::string PerfJSONWriter::document() const
+{
+    std::string text;
+    for (const std::string& part : _parts)
+        text += part;
+    return text + _document;
+}
+
+void PerfJSONWriter::_closePartIfFull()
+{
+    if (_document.size() >= kPartBytes)
+        _closePart();
+}
+
+void PerfJSONWriter::_closePart()
+{
+    if (_document.empty())
+        return;
+    _parts.push_back(std::move(_document));
+    // The text writer keeps writing to the same string object, now empty.
+    _document = std::string();
+    _document.reserve(kPartBytes + kPartBytes / 8);
 }
 
 void PerfJSONWriter::write(unsigned long long value) { _writer->appendUnsignedLong(value); }
@@ -122,7 +159,7 @@ void PerfJSONWriter::writeNamed(const char* label, char* value)
 void PerfJSONWriter::writeNamed(const char* label, const char* value)
 {
     _doLabel(label);
-    _writer->appendString(std::string(value), false);
+    _writer->appendString(value, (int)strlen(value), false);
 }
 
 void PerfJSONWriter::writeArrayStart(const char* label)

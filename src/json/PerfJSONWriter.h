@@ -9,6 +9,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace loomstat {
 class JsomStringWriter;
@@ -46,16 +47,24 @@ public:
     virtual void writeNamed(const char* label, unsigned long long* values, unsigned int count);
 
     // The document written so far (not yet flushed by close).
-    const std::string& document() const { return _document; }
+    std::string document() const;
+
+    // The document is kept in parts of about this size: a part is never
+    // copied to grow, and close writes them one after the other.
+    static constexpr size_t kPartBytes = (size_t)16 << 20;
 
 private:
     void _doLabel(const char* label);
     void _terminateLine();
     void _bufferJsonValue(const char* text, int length);
     void _flushBuffer();
+    // Puts the current part behind the finished ones once it is full.
+    void _closePartIfFull();
+    void _closePart();
 
     std::ofstream _file;
     std::string _document;
+    std::vector<std::string> _parts;
     std::unique_ptr<loomstat::JsomStringWriter> _writer;
     std::string _buffer;
     bool _includeLabels;

@@ -17,7 +17,7 @@
 
 uint32_t PerfRecordMMap::_indexTotal = 0;
 std::vector<PerfRecordMMap*> PerfRecordMMap::_allMaps;
-std::vector<PerfRecordMMap*> PerfRecordMMap::_sortedMaps;
+PerfMapIndex PerfRecordMMap::_sortedMaps;
 PerfRecordMMap* PerfRecordMMap::_lostAndFound = nullptr;
 PerfRecordMMap* PerfRecordMMap::_kernelMap = nullptr;
 PerfRecordMMap* PerfRecordMMap::_stackMap = nullptr;
@@ -62,7 +62,7 @@ uint64_t pidBits(unsigned int pid)
 template <typename Matches, typename GoesUp>
 PerfRecordMMap* searchSortedMaps(Matches matches, GoesUp goesUp)
 {
-    const std::vector<PerfRecordMMap*>& maps = PerfRecordMMap::_sortedMaps;
+    const PerfMapIndex& maps = PerfRecordMMap::_sortedMaps;
     const int64_t count = (int64_t)maps.size();
     int64_t low = 0;
     int64_t high = count;
@@ -110,9 +110,7 @@ PerfRecordMMap::PerfRecordMMap(unsigned int pid_, unsigned int tid_, unsigned lo
 
     // Behind the last map with a strictly smaller key, ahead of equal ones.
     _sortKey = pidBits(pid) | ((uint64_t)(tid & 0xFFFF) << 32) | _start;
-    auto place = std::lower_bound(_sortedMaps.begin(), _sortedMaps.end(), _sortKey,
-                                  [](const PerfRecordMMap* map, uint64_t k) { return map->_sortKey < k; });
-    _sortedMaps.insert(place, this);
+    _sortedMaps.insert(this, _sortKey);
 }
 
 PerfRecordMMap::~PerfRecordMMap()

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "PerfMapIndex.h"
 #include "PerfRecord.h"
 
 class PerfRecordComm;
@@ -67,7 +68,7 @@ public:
     // Maps and symbols draw their keys from this one counter.
     static uint32_t _indexTotal;
     static std::vector<PerfRecordMMap*> _allMaps;
-    static std::vector<PerfRecordMMap*> _sortedMaps;
+    static PerfMapIndex _sortedMaps;
     static PerfRecordMMap* _lostAndFound;
     static PerfRecordMMap* _kernelMap;
     static PerfRecordMMap* _stackMap;

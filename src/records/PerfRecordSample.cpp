@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "PerfJSONWriter.h"
+#include "PerfRecordArena.h"
 #include "PerfRecordComm.h"
 #include "PerfRecordMMap.h"
 #include "PerfRecordSampleEvent.h"
@@ -17,6 +18,8 @@ double PerfRecordSample::_firstSampleTime = 0.0;
 uint64_t PerfRecordSample::_lastSampleTime = 0;
 std::vector<PerfRecordSample*> PerfRecordSample::samplesMissingMaps;
 std::vector<PerfRecordSample*> PerfRecordSample::samplesMissingProcess;
+PerfRecordSample* PerfRecordSample::_unkept = nullptr;
+void* PerfRecordSample::_placed = nullptr;
 
 static PerfAddFactory sampleFactory(9, "sample", PerfRecordSample::createInstance);
 
@@ -39,7 +42,8 @@ T fieldAt(const char* record, size_t offset)
 }  // namespace
 
 PerfRecordSample::PerfRecordSample()
-    : _ip(0), _period(0), _time(0), _cpu(0), _depth(0), _mapKey(0), _pidKey(0), _processRecord(nullptr), _trace()
+    : _ip(0), _period(0), _time(0), _cpu(0), _depth(0), _mapKey(0), _pidKey(0), _processRecord(nullptr),
+      _traceWords(nullptr), _traceEntries(0), _wideTrace(false)
 {
     key = (uint32_t)++_runningIndex;
 }
@@ -48,7 +52,7 @@ PerfRecordSample::PerfRecordSample(unsigned long long ip, unsigned long long tim
                                    unsigned int pid_, unsigned int tid_, unsigned long long period, unsigned int nr,
                                    const char* record)
     : PerfRecord(pid_, tid_), _ip(ip), _period(period), _time(time), _cpu(cpu), _depth(nr), _mapKey(0), _pidKey(0),
-      _processRecord(nullptr), _trace()
+      _processRecord(nullptr), _traceWords(nullptr), _traceEntries(0), _wideTrace(false)
 {
     if (_firstSampleTime == 0.0)
         _firstSampleTime = time64ToDouble(time);
@@ -60,9 +64,35 @@ PerfRecordSample::PerfRecordSample(unsigned long long ip, unsigned long long tim
         _depth = kMaxDepth;
     key = (uint32_t)++_runningIndex;
     processSample(record);
-    _allSamples.push_back(this);
+    if (gTimechartMode && this == _placed)
+        _unkept = this;
+    else
+        _allSamples.push_back(this);
     if (gVerbosity != 0)
         show();
+}
+
+void* PerfRecordSample::operator new(size_t size)
+{
+    if (_unkept != nullptr) {
+        PerfRecordSample* done = _unkept;
+        _unkept = nullptr;
+        delete done;
+        PerfRecordArena::takeBackFrom(done);
+    }
+    _placed = PerfRecordArena::allocate(size);
+    return _placed;
+}
+
+void PerfRecordSample::releaseAll()
+{
+    for (PerfRecordSample* sample : _allSamples)
+        delete sample;
+    _allSamples.clear();
+    delete _unkept;
+    _unkept = nullptr;
+    _placed = nullptr;
+    PerfRecordArena::release();
 }
 
 // The word at offset 32 is all that tells a plain sample (a core number)
@@ -104,20 +134,48 @@ void PerfRecordSample::processTrace(const char* record)
         return;
     // The skipped entry does not shorten the loop.
     const unsigned int count = _depth < kTraceEntries ? _depth : kTraceEntries;
+    // Addresses of 32 bits, all of them on the device, take two words an entry.
+    _wideTrace = false;
+    for (unsigned int i = 0; i < count; i++)
+        if (fieldAt<uint64_t>(record, position + 8 * i) >> 32 != 0)
+            _wideTrace = true;
+    const unsigned int stride = _wideTrace ? 3 : 2;
+    _traceWords = static_cast<uint32_t*>(PerfRecordArena::allocate(count * stride * sizeof(uint32_t)));
+    _traceEntries = (uint8_t)count;
     uint64_t address = 0;
     for (unsigned int i = 0; i < count; i++, position += 8) {
         address = fieldAt<uint64_t>(record, position);
-        _trace[i].address = address;
+        uint32_t* entry = _traceWords + i * stride;
+        entry[0] = (uint32_t)address;
+        if (_wideTrace)
+            entry[1] = (uint32_t)(address >> 32);
+        entry[stride - 1] = 0;
         PerfRecordMMap* map = PerfRecordMMap::findMap(address, pid, tid);
         if (map == nullptr)
             map = PerfRecordMMap::createSyntheticMap(this, pid, tid, address);
         if (map == nullptr)
             continue;
-        _trace[i].key = map->getKey(address);
+        entry[stride - 1] = map->getKey(address);
         map->_useCount++;
     }
     if (address <= kStrayMarkerLimit && _depth != 0)
         _depth--;
+}
+
+uint64_t PerfRecordSample::traceAddress(unsigned int index) const
+{
+    if (index >= _traceEntries)
+        return 0;
+    if (!_wideTrace)
+        return _traceWords[2 * index];
+    return _traceWords[3 * index] | (uint64_t)_traceWords[3 * index + 1] << 32;
+}
+
+uint32_t PerfRecordSample::traceKey(unsigned int index) const
+{
+    if (index >= _traceEntries)
+        return 0;
+    return _wideTrace ? _traceWords[3 * index + 2] : _traceWords[2 * index + 1];
 }
 
 void PerfRecordSample::verifyKey()
@@ -181,8 +239,8 @@ int PerfRecordSample::_out(PerfJSONWriter& writer)
     writer.writeArrayStart("bt");
     for (unsigned int i = 0; i < _depth && i < kTraceEntries; i++) {
         writer.writeArrayStart(nullptr);
-        writer.writeNamed("ip", (unsigned long long)_trace[i].address);
-        writer.writeNamed("mapkey", _trace[i].key);
+        writer.writeNamed("ip", (unsigned long long)traceAddress(i));
+        writer.writeNamed("mapkey", traceKey(i));
         writer.writeArrayEnd();
     }
     writer.writeArrayEnd();
@@ -202,8 +260,15 @@ void PerfRecordSample::outAll(PerfJSONWriter& writer)
                            {"tid", "tid for this sample"},
                            {"bt.ip", "backtrace program counter"},
                            {"bt.mapkey", "backtrace map key"}});
-    for (PerfRecordSample* sample : _allSamples)
-        if (sample != nullptr)
-            sample->out(writer);
+    // This section is the samples' last use: each is destroyed once written,
+    // and the arena chunks of those written go back while the document grows.
+    for (PerfRecordSample*& sample : _allSamples) {
+        if (sample == nullptr)
+            continue;
+        PerfRecordArena::releaseBefore(sample);
+        sample->out(writer);
+        delete sample;
+        sample = nullptr;
+    }
     ProfileSection::end(writer);
 }

@@ -30,11 +30,6 @@ struct PerfRecordSampleS {
 static_assert(offsetof(PerfRecordSampleS, cpu) == 32 && offsetof(PerfRecordSampleS, ips) == 56,
               "plain sample layout");
 
-struct PerfTraceEntryS {
-    uint64_t address;
-    uint32_t key;
-};
-
 class PerfRecordSample : public PerfRecord {
 public:
     static constexpr unsigned int kMaxDepth = 15;
@@ -46,6 +41,16 @@ public:
     PerfRecordSample();
     PerfRecordSample(unsigned long long ip, unsigned long long time, unsigned int cpu, unsigned int pid,
                      unsigned int tid, unsigned long long period, unsigned int nr, const char* record);
+
+    // Samples and decoders live in the record arena. Their storage is not
+    // given back one by one: a sample is destroyed by the samples section
+    // that writes it, or in timechart mode by the next sample made.
+    static void* operator new(size_t size);
+    static void operator delete(void*) {}
+
+    // Destroys every sample and frees their storage, for a harness that
+    // converts many inputs in one process.
+    static void releaseAll();
 
     static PerfRecord* createInstance(char* buffer);
     static void verifyKeys();
@@ -60,6 +65,7 @@ public:
     void processTrace(const char* record);
     void verifyKey();
 
+    // Writes the samples section, and destroys every sample as it is written.
     static void outAll(PerfJSONWriter& writer);
 
     uint64_t _ip;
@@ -70,7 +76,11 @@ public:
     uint32_t _mapKey;
     uint32_t _pidKey;
     PerfRecordComm* _processRecord;
-    PerfTraceEntryS _trace[kTraceEntries];
+
+    // Back-trace entry `index`: its address and the key of its symbol or map;
+    // 0 and 0 for an entry that was never read.
+    uint64_t traceAddress(unsigned int index) const;
+    uint32_t traceKey(unsigned int index) const;
 
     static uint64_t _runningIndex;
     static std::vector<PerfRecordSample*> _allSamples;
@@ -79,6 +89,20 @@ public:
     static uint64_t _lastSampleTime;
     static std::vector<PerfRecordSample*> samplesMissingMaps;
     static std::vector<PerfRecordSample*> samplesMissingProcess;
+
+private:
+    // In timechart mode nothing reads a sample once its record is handled:
+    // the charts keep values of their own. Such a sample lives only until the
+    // next one is made, which takes its place in the arena.
+    static PerfRecordSample* _unkept;
+    // Where operator new placed the sample being constructed.
+    static void* _placed;
+
+    // The entries read, in the record arena: two words each (address, key),
+    // or three (address low and high, key) when an address needs 64 bits.
+    uint32_t* _traceWords;
+    uint8_t _traceEntries;
+    bool _wideTrace;
 };
 
 #endif

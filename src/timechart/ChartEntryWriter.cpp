@@ -1,8 +1,11 @@
 #include "ChartEntryWriter.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
+#include "JsomNumberText.h"
 #include "PerfJSONWriter.h"
 
 ChartEntryWriter::ChartEntryWriter(PerfJSONWriter& writer) : _writer(writer), _open(false) {}
@@ -71,11 +74,35 @@ void ChartEntryWriter::close()
     _open = false;
 }
 
+// The charts' two point forms, "[%f,%u]" and "[%f, %u]", are composed from
+// their numbers; any other form goes through printf. Either way the text is
+// cut to the point buffer as snprintf would cut it.
 void ChartEntryWriter::_point(const char* format, double time, unsigned int value)
 {
     open();
     char buffer[kPointBuffer];
-    snprintf(buffer, sizeof buffer, format, time, value);
+    const bool spaced = strcmp(format, "[%f, %u]") == 0;
+    if (!spaced && strcmp(format, "[%f,%u]") != 0) {
+        snprintf(buffer, sizeof buffer, format, time, value);
+        _writer.writeJson(buffer);
+        return;
+    }
+    char text[2 * loomstat::JsomNumberText::kShortText + 8];
+    size_t length = 0;
+    text[length++] = '[';
+    // A time too long for the short buffer is cut there, past the point's own cut.
+    const int timeLength =
+        loomstat::JsomNumberText::fixed(text + length, loomstat::JsomNumberText::kShortText, time, 6);
+    length += std::min((size_t)timeLength, loomstat::JsomNumberText::kShortText - 1);
+    text[length++] = ',';
+    if (spaced)
+        text[length++] = ' ';
+    length += (size_t)loomstat::JsomNumberText::unsignedInt(text + length, value);
+    text[length++] = ']';
+    if (length > sizeof buffer - 1)
+        length = sizeof buffer - 1;
+    memcpy(buffer, text, length);
+    buffer[length] = '\0';
     _writer.writeJson(buffer);
 }
 

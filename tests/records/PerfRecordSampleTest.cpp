@@ -35,7 +35,7 @@ std::vector<uint64_t> traceOf(const PerfRecordSample* sample)
 {
     std::vector<uint64_t> result;
     for (unsigned int i = 0; i < sample->_depth; i++)
-        result.push_back(sample->_trace[i].address);
+        result.push_back(sample->traceAddress(i));
     return result;
 }
 
@@ -76,7 +76,7 @@ TEST_F(SampleRecords, DroppingTheFirstInterruptReadsOnePastTheChain)
               (std::vector<uint64_t>{0x2000, 0x3000, 0x4000}));
     PerfRecordSample* single = make(sampleBuffer(0, 1, {0xFFFF0010}));
     EXPECT_EQ(single->_depth, 0u);
-    EXPECT_EQ(single->_trace[0].address, 0u);
+    EXPECT_EQ(single->traceAddress(0), 0u);
 }
 
 TEST_F(SampleRecords, WordAtOffset32SeparatesPlainFromTracePointSamples)
