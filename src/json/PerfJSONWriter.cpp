@@ -49,8 +49,6 @@ void PerfJSONWriter::close()
         return;
     _writer->end();
     _writer->flush();
-    for (const std::string& part : _parts)
-        _file.write(part.data(), (std::streamsize)part.size());
     _file.write(_document.data(), (std::streamsize)_document.size());
     _file << '\n';
     _file.flush();
@@ -88,17 +86,22 @@ void PerfJSONWriter::_flushBuffer()
     }
     if (_writer->startJsonValue()) {
         _closePart();
-        _parts.push_back(std::move(_buffer));
+        _writePart(_buffer);
     }
     _buffer = std::string();
 }
 
 std::string PerfJSONWriter::document() const
 {
-    std::string text;
-    for (const std::string& part : _parts)
-        text += part;
-    return text + _document;
+    return _document;
+}
+
+// A finished part is never changed again, so it goes to the file at once and
+// its memory is given back; only the part being written is held.
+void PerfJSONWriter::_writePart(std::string& part)
+{
+    _file.write(part.data(), (std::streamsize)part.size());
+    part = std::string();
 }
 
 void PerfJSONWriter::_closePartIfFull()
@@ -111,9 +114,8 @@ void PerfJSONWriter::_closePart()
 {
     if (_document.empty())
         return;
-    _parts.push_back(std::move(_document));
     // The text writer keeps writing to the same string object, now empty.
-    _document = std::string();
+    _writePart(_document);
     _document.reserve(kPartBytes + kPartBytes / 8);
 }
 

@@ -1,6 +1,6 @@
-// The one output interface of the program. Builds the whole document in
-// memory through the JSON text writer and writes it to the file in one piece
-// at close. Two switches shape the output: labels (off turns records written
+// The one output interface of the program. Builds the document through the
+// JSON text writer in parts of memory, writing each part to the file once it
+// is full and the last at close. Two switches shape the output: labels (off turns records written
 // with writeStructStart into bare values of the enclosing array) and white
 // space. Chart series are gathered as ready-made text in a side buffer.
 #ifndef ZELCONV_PERFJSONWRITER_H
@@ -9,7 +9,6 @@
 #include <fstream>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace loomstat {
 class JsomStringWriter;
@@ -46,11 +45,12 @@ public:
     // Writes `count` as each of `count` elements; the array itself is not read.
     virtual void writeNamed(const char* label, unsigned long long* values, unsigned int count);
 
-    // The document written so far (not yet flushed by close).
+    // The text of the part still being written: for a document of less
+    // than one part, the whole document so far.
     std::string document() const;
 
-    // The document is kept in parts of about this size: a part is never
-    // copied to grow, and close writes them one after the other.
+    // The document is made in parts of about this size: a part is never
+    // copied to grow, and each is written to the file once it is full.
     static constexpr size_t kPartBytes = (size_t)16 << 20;
 
 private:
@@ -61,10 +61,10 @@ private:
     // Puts the current part behind the finished ones once it is full.
     void _closePartIfFull();
     void _closePart();
+    void _writePart(std::string& part);
 
     std::ofstream _file;
     std::string _document;
-    std::vector<std::string> _parts;
     std::unique_ptr<loomstat::JsomStringWriter> _writer;
     std::string _buffer;
     bool _includeLabels;
