@@ -16,15 +16,10 @@ loops=${2:-1000}
 here=$(cd "$(dirname "$0")" && pwd)
 source "$here/bench-lib.sh"
 enter_work_dir
-events=()
-for event in sched:sched_switch sched:sched_wakeup sched:sched_wakeup_new task:task_newtask task:task_rename \
-             irq:irq_handler_entry irq:irq_handler_exit irq:softirq_entry irq:softirq_exit \
-             power:cpu_idle power:cpu_frequency; do
-  events+=(-e "$event")
-done
+source "$here/../tests/tools/trace-events.sh"
 # A large buffer, so that perf keeps up with the bursts of switches.
 record_or_skip "trace-points (permission, tracefs or events missing)" \
-  perf record -q -m 2048 -a "${events[@]}" -o perf.data -- perf bench sched messaging -l "$loops"
+  perf record -q -m 2048 -a "${trace_events[@]}" -o perf.data -- perf bench sched messaging -l "$loops"
 import_recording
 
 recorded=$(stat -c %s perf.data)

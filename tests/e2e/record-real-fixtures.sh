@@ -72,14 +72,9 @@ for name in profile profile-pipe; do
   fi
 done
 
-events=()
-for event in sched:sched_switch sched:sched_wakeup sched:sched_wakeup_new task:task_newtask task:task_rename \
-             irq:irq_handler_entry irq:irq_handler_exit irq:softirq_entry irq:softirq_exit \
-             power:cpu_idle power:cpu_frequency; do
-  events+=(-e "$event")
-done
+source "$(cd "$(dirname "$0")" && pwd)/../tools/trace-events.sh"
 for name in trace trace-pipe; do
-  if record $name -a "${events[@]}"; then
+  if record $name -a "${trace_events[@]}"; then
     perf script -i "$dir/$name.data" -F cpu,time,event,trace --ns >"$dir/$name.txt" 2>"$dir/$name.err" || {
       echo "perf script failed on its own recording" >&2; cat "$dir/$name.err" >&2; exit 1; }
     echo "recorded $(wc -l <"$dir/$name.txt") trace events in $dir/$name.data"
