@@ -124,16 +124,7 @@ void resetConverter()
     PerfRecordSample::_firstSampleTime = 0.0;
     PerfRecordSample::_lastSampleTime = 0;
 
-    for (PerfRecordMMap* map : PerfRecordMMap::_allMaps)
-        delete map;
-    PerfRecordMMap::_allMaps.clear();
-    PerfRecordMMap::_sortedMaps.clear();
-    for (PerfRecordMMap** standing : {&PerfRecordMMap::_lostAndFound, &PerfRecordMMap::_kernelMap,
-                                      &PerfRecordMMap::_stackMap}) {
-        delete *standing;
-        *standing = nullptr;
-    }
-    PerfRecordMMap::_indexTotal = 0;
+    PerfRecordMMap::releaseAll();
 
     // The two standing processes are static objects: they stay, under their
     // first names, as the only entries of the tables.

@@ -38,6 +38,8 @@ int PerfJSONWriter::open(const char* name)
         _file.clear();
     else
         _file.setstate(std::ios::failbit);
+    // Untouched capacity costs no memory; growing by doubling past a part's size would.
+    _document.reserve(kPartBytes + kPartBytes / 8);
     _writer = std::make_unique<loomstat::JsomStringWriter>(_document);
     _writer->_whiteSpace = _whiteSpace;
     return 0;

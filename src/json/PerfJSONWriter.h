@@ -51,7 +51,7 @@ public:
 
     // The document is made in parts of about this size: a part is never
     // copied to grow, and each is written to the file once it is full.
-    static constexpr size_t kPartBytes = (size_t)16 << 20;
+    static constexpr size_t kPartBytes = (size_t)4 << 20;
 
 private:
     void _doLabel(const char* label);

@@ -15,7 +15,7 @@ public:
     // own and gives it back to the system when it is freed, and small enough
     // that the chunk still being written adds little to the peak.
     static constexpr size_t kFirstChunkBytes = (size_t)64 << 10;
-    static constexpr size_t kLastChunkBytes = (size_t)16 << 20;
+    static constexpr size_t kLastChunkBytes = (size_t)4 << 20;
     // The most one request may take.
     static constexpr size_t kMaxRequest = 4096;
 

@@ -4,10 +4,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "PerfFactory.h"
 #include "PerfJSONWriter.h"
+#include "PerfNamePool.h"
 #include "PerfRecordComm.h"
 #include "PerfRecordSample.h"
 #include "ProfileSection.h"
@@ -49,8 +51,14 @@ AddressClass classify(unsigned long long address)
 char* copyWithoutDeleted(const char* name)
 {
     const char* deleted = strstr(name, " (deleted)");
-    return deleted != nullptr ? strndup(name, (size_t)(deleted - name)) : strdup(name);
+    return PerfNamePool::keep(deleted != nullptr ? std::string_view(name, (size_t)(deleted - name)) : name);
 }
+
+// Maps are carved from blocks rather than allocated one by one: a recording
+// may hold a great many, and every one lives to the end of the run.
+const size_t kMapsPerBlock = 1024;
+std::vector<std::unique_ptr<unsigned char[]>> mapBlocks;
+size_t mapsLeft = 0;
 
 uint64_t pidBits(unsigned int pid)
 {
@@ -113,20 +121,43 @@ PerfRecordMMap::PerfRecordMMap(unsigned int pid_, unsigned int tid_, unsigned lo
     _sortedMaps.insert(this, _sortKey);
 }
 
-PerfRecordMMap::~PerfRecordMMap()
+PerfRecordMMap::~PerfRecordMMap() {}
+
+void* PerfRecordMMap::operator new(size_t size)
 {
-    free(_fileName);
+    if (mapsLeft == 0) {
+        mapBlocks.emplace_back(new unsigned char[kMapsPerBlock * sizeof(PerfRecordMMap)]);
+        mapsLeft = kMapsPerBlock;
+    }
+    (void)size;  // always sizeof(PerfRecordMMap): no class derives from it
+    return mapBlocks.back().get() + (kMapsPerBlock - mapsLeft--) * sizeof(PerfRecordMMap);
+}
+
+void PerfRecordMMap::releaseAll()
+{
+    for (PerfRecordMMap* map : _allMaps)
+        delete map;
+    _allMaps.clear();
+    _sortedMaps.clear();
+    for (PerfRecordMMap** standing : {&_lostAndFound, &_kernelMap, &_stackMap}) {
+        delete *standing;
+        *standing = nullptr;
+    }
+    _indexTotal = 0;
+    mapBlocks.clear();
+    mapsLeft = 0;
+    PerfNamePool::release();
 }
 
 // Built with the first map record, after the kernel bounds and table are known.
 void PerfRecordMMap::_createStandingMaps()
 {
     _lostAndFound = new PerfRecordMMap();
-    _lostAndFound->_fileName = strdup("lostAndFound");
+    _lostAndFound->_fileName = PerfNamePool::keep("lostAndFound");
     _lostAndFound->_pidKey = PerfRecordComm::_lostAndFound.key;
 
     _kernelMap = new PerfRecordMMap();
-    _kernelMap->_fileName = strdup("kernel");
+    _kernelMap->_fileName = PerfNamePool::keep("kernel");
     _kernelMap->_start = gKernelStart;
     _kernelMap->_length = gKernelEnd - gKernelStart;
     _kernelMap->_pidKey = PerfRecordComm::_kernelArea.key;
@@ -134,7 +165,7 @@ void PerfRecordMMap::_createStandingMaps()
 
     snprintf(_stackName, sizeof _stackName, "{stack:%08x-%08x}", (unsigned int)kStackStart, (unsigned int)kStackEnd);
     _stackMap = new PerfRecordMMap();
-    _stackMap->_fileName = strdup(_stackName);
+    _stackMap->_fileName = PerfNamePool::keep(_stackName);
     _stackMap->_start = kStackStart;
     _stackMap->_length = kStackEnd - kStackStart;
     _stackMap->_pidKey = PerfRecordComm::_kernelArea.key;
@@ -161,9 +192,7 @@ PerfRecord* PerfRecordMMap::createInstance(char* buffer)
 
 void PerfRecordMMap::setName(const char* name)
 {
-    char* copy = strdup(name);
-    free(_fileName);
-    _fileName = copy;
+    _fileName = PerfNamePool::keep(name);
 }
 
 void PerfRecordMMap::show()

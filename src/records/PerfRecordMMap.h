@@ -5,6 +5,7 @@
 #ifndef ZELCONV_PERFRECORDMMAP_H
 #define ZELCONV_PERFRECORDMMAP_H
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -21,6 +22,13 @@ public:
     PerfRecordMMap(unsigned int pid, unsigned int tid, unsigned long long start, unsigned long long length,
                    unsigned long long pgoff, const char* name);
     ~PerfRecordMMap() override;
+
+    // Maps live in blocks of their own and are not given back one by one.
+    static void* operator new(size_t size);
+    static void operator delete(void*) {}
+    // Destroys every map, the standing ones too, and frees their storage and
+    // names, for a harness that converts many inputs in one process.
+    static void releaseAll();
 
     static PerfRecord* createInstance(char* buffer);
     // The map covering `address` for the process, or null; `tid` is not used.
