@@ -20,7 +20,7 @@ const uint32_t kEndOfFrame = 0x100;
 
 }  // namespace
 
-PRSE_kgsl_issueibcmds::PRSE_kgsl_issueibcmds(PerfRecordSampleEventS* record) : PerfRecordSampleEvent(record)
+PRSE_kgsl_issueibcmds::PRSE_kgsl_issueibcmds(PerfRecordSampleEventS* record) : TracePointDecoder(record)
 {
     const EventPayload payload(record);
     const KgslDevice gpu(payload);
@@ -38,13 +38,4 @@ PRSE_kgsl_issueibcmds::PRSE_kgsl_issueibcmds(PerfRecordSampleEventS* record) : P
     TimechartManager* manager = TimechartManager::Instance();
     manager->addStatusToProcessChart(payload.time(), payload.commonPid(), status, 0, endOfFrame);
     manager->addStatusToGPUChart(payload.time(), gpu.dimension, gpu.device, status, endOfFrame);
-}
-
-PerfRecord* PRSE_kgsl_issueibcmds::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    if (gVerbosity != 0)
-        puts("PRSE: Found kgsl_issueibcmds");
-    return new PRSE_kgsl_issueibcmds(reinterpret_cast<PerfRecordSampleEventS*>(record));
 }

@@ -17,7 +17,7 @@ const size_t kFrequency = 8;  // Hz
 
 }  // namespace
 
-PRSE_kgsl_pwrlevel::PRSE_kgsl_pwrlevel(PerfRecordSampleEventS* record) : PerfRecordSampleEvent(record)
+PRSE_kgsl_pwrlevel::PRSE_kgsl_pwrlevel(PerfRecordSampleEventS* record) : TracePointDecoder(record)
 {
     const EventPayload payload(record);
     const KgslDevice gpu(payload);
@@ -26,13 +26,4 @@ PRSE_kgsl_pwrlevel::PRSE_kgsl_pwrlevel(PerfRecordSampleEventS* record) : PerfRec
         printf("pwrlevel freq: %" PRIu32 " on device: %s\n", frequency, gpu.name.c_str());
     TimechartManager::Instance()->addStatusToGPUChart(payload.time(), gpu.dimension, gpu.device,
                                                       TimechartManager::kGpuFrequency, frequency / 1000000);
-}
-
-PerfRecord* PRSE_kgsl_pwrlevel::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    if (gVerbosity != 0)
-        puts("PRSE: Found kgsl_pwrlevel");
-    return new PRSE_kgsl_pwrlevel(reinterpret_cast<PerfRecordSampleEventS*>(record));
 }
