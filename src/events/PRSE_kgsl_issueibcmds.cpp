@@ -1,7 +1,6 @@
 #include "PRSE_kgsl_issueibcmds.h"
 
 #include <cinttypes>
-#include <cstdio>
 
 #include "EventPayload.h"
 #include "KgslDevice.h"
@@ -29,8 +28,7 @@ PRSE_kgsl_issueibcmds::PRSE_kgsl_issueibcmds(PerfRecordSampleEventS* record) : T
     if (payload.u32(kResult) != 0)
         return;
     const uint32_t eof = flags & kEndOfFrame;
-    if (gVerbosity != 0)
-        printf("issueibcmds eof: %" PRIu32 ", drawctxt_type: %" PRIu32 "\n", eof, contextType);
+    verbose(1, "issueibcmds eof: %" PRIu32 ", drawctxt_type: %" PRIu32 "\n", eof, contextType);
     const unsigned int endOfFrame = eof != 0 ? 1 : 0;
     // Context types 1 to 3 (GL, CL, C2D) are kinds 1 to 3; every other type is kind 0.
     const int kind = contextType >= 1 && contextType <= 3 ? (int)contextType : 0;

@@ -1,7 +1,6 @@
 #include "PRSE_kgsl_pwrlevel.h"
 
 #include <cinttypes>
-#include <cstdio>
 
 #include "EventPayload.h"
 #include "KgslDevice.h"
@@ -22,8 +21,7 @@ PRSE_kgsl_pwrlevel::PRSE_kgsl_pwrlevel(PerfRecordSampleEventS* record) : TracePo
     const EventPayload payload(record);
     const KgslDevice gpu(payload);
     const uint32_t frequency = payload.u32(kFrequency);
-    if (gVerbosity != 0)
-        printf("pwrlevel freq: %" PRIu32 " on device: %s\n", frequency, gpu.name.c_str());
+    verbose(1, "pwrlevel freq: %" PRIu32 " on device: %s\n", frequency, gpu.name.c_str());
     TimechartManager::Instance()->addStatusToGPUChart(payload.time(), gpu.dimension, gpu.device,
                                                       TimechartManager::kGpuFrequency, frequency / 1000000);
 }

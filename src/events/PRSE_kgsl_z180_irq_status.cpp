@@ -1,7 +1,6 @@
 #include "PRSE_kgsl_z180_irq_status.h"
 
 #include <cinttypes>
-#include <cstdio>
 
 #include "EventPayload.h"
 #include "KgslDevice.h"
@@ -22,8 +21,7 @@ PRSE_kgsl_z180_irq_status::PRSE_kgsl_z180_irq_status(PerfRecordSampleEventS* rec
     const EventPayload payload(record);
     const KgslDevice gpu(payload);
     const uint32_t status = payload.u32(kStatus);
-    if (gVerbosity != 0)
-        printf("z180_irq status: %" PRIu32 " on device: %s\n", status, gpu.name.c_str());
+    verbose(1, "z180_irq status: %" PRIu32 " on device: %s\n", status, gpu.name.c_str());
     TimechartManager::Instance()->addStatusToGPUChart(payload.time(), gpu.dimension, gpu.device,
                                                       TimechartManager::kGpuIrq + 2, 0);
 }

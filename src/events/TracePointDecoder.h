@@ -5,8 +5,6 @@
 #ifndef ZELCONV_TRACEPOINTDECODER_H
 #define ZELCONV_TRACEPOINTDECODER_H
 
-#include <cstdio>
-
 #include "PerfRecordSampleEvent.h"
 #include "Settings.h"
 
@@ -20,8 +18,8 @@ public:
     {
         if (record == nullptr)
             return nullptr;
-        if (Decoder::kFound != nullptr && gVerbosity != 0)
-            printf("PRSE: Found %s\n", Decoder::kFound);
+        if (Decoder::kFound != nullptr)
+            verbose(1, "PRSE: Found %s\n", Decoder::kFound);
         return new Decoder(reinterpret_cast<PerfRecordSampleEventS*>(record));
     }
 };

@@ -73,21 +73,19 @@ PerfRecord* PerfFactory::readNext(PerfReader& reader)
         _lostBytes += 4;
         scanned = true;
     }
-    if (scanned && gVerbosity != 0)
-        puts("FIXED");
+    if (scanned)
+        verbose(1, "FIXED\n");
 
     // A body cut short by the end of the file is dispatched all the same.
     (void)reader.read(_tmp + 8, (int)size - 8);
 
     if (type == (uint32_t)kTypes) {
-        if (gVerbosity != 0)
-            printf("Overflow Type:%x len:%d(%x)\n", type, (int)size, size);
+        verbose(1, "Overflow Type:%x len:%d(%x)\n", type, (int)size, size);
         return nullptr;
     }
     PerfRecordCreateFn fn = perfRecordFunctions[type].fn;
     if (fn == nullptr) {
-        if (gVerbosity != 0)
-            printf("Unknown Type:%x len:%d(%x)\n", type, (int)size, size);
+        verbose(1, "Unknown Type:%x len:%d(%x)\n", type, (int)size, size);
         return nullptr;
     }
     PerfRecord* record = fn(_tmp);
