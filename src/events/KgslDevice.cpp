@@ -12,6 +12,7 @@ namespace {
 const size_t kName = 0;
 const size_t kDimensionAt = 5;
 const size_t kDeviceAt = 7;
+const size_t kPowerFlag = 4;
 
 const uint32_t kIb1Complete = 0x40000000u;
 const uint32_t kRbComplete = 0x80000000u;
@@ -46,4 +47,11 @@ int KgslDevice::irqStatus(uint32_t status)
     if (status == kRbComplete)
         return TimechartManager::kGpuIrq + 1;
     return TimechartManager::kGpuIrq + 2;
+}
+
+void KgslDevice::addPowerStatus(const EventPayload& payload, unsigned int base)
+{
+    const KgslDevice gpu(payload);
+    TimechartManager::Instance()->addStatusToGPUChart(payload.time(), gpu.dimension, gpu.device,
+                                                      (int)(base + payload.u32(kPowerFlag)), 0);
 }

@@ -17,6 +17,9 @@ public:
     // The chart status of an interrupt status word: 17 for the IB1 completion
     // bit alone, 18 for the RB completion bit alone, 19 for any other word.
     static int irqStatus(uint32_t status);
+    // A power switch of the GPU core: the flag at payload offset 4 added to
+    // the switch's base gives the chart status.
+    static void addPowerStatus(const EventPayload& payload, unsigned int base);
 
     std::string name;
     int dimension;

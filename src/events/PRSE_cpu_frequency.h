@@ -3,12 +3,12 @@
 #ifndef ZELCONV_PRSE_CPU_FREQUENCY_H
 #define ZELCONV_PRSE_CPU_FREQUENCY_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_cpu_frequency : public PerfRecordSampleEvent {
+class PRSE_cpu_frequency : public TracePointDecoder<PRSE_cpu_frequency> {
 public:
     explicit PRSE_cpu_frequency(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "cpu_frequency";
 };
 
 #endif

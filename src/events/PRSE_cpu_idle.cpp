@@ -1,7 +1,6 @@
 #include "PRSE_cpu_idle.h"
 
 #include <cinttypes>
-#include <cstdio>
 
 #include "EventPayload.h"
 #include "PerfRecordSampleFactoryRegister.h"
@@ -18,22 +17,12 @@ const uint32_t kLeave = 0xFFFFFFFFu;
 
 }  // namespace
 
-PRSE_cpu_idle::PRSE_cpu_idle(PerfRecordSampleEventS* record) : PerfRecordSampleEvent(record)
+PRSE_cpu_idle::PRSE_cpu_idle(PerfRecordSampleEventS* record) : TracePointDecoder(record)
 {
     const EventPayload payload(record);
     const uint32_t state = payload.u32(kState);
     const uint32_t value = state == kLeave ? kLeave : state * 2 + 1;
-    if (gVerbosity != 0)
-        printf("PRSE: cpu_idle.state=%" PRIu32 ", cpu_id=%" PRIu32 "\n", value, payload.u32(kCpuId));
+    verbose(1, "PRSE: cpu_idle.state=%" PRIu32 ", cpu_id=%" PRIu32 "\n", value, payload.u32(kCpuId));
     TimechartManager::Instance()->addValueToCPUChart(payload.time(), (int)payload.cpu(), TimechartManager::kCpuIdle,
                                                      (int)value);
-}
-
-PerfRecord* PRSE_cpu_idle::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    if (gVerbosity != 0)
-        puts("PRSE: Found cpu_idle");
-    return new PRSE_cpu_idle(reinterpret_cast<PerfRecordSampleEventS*>(record));
 }

@@ -5,12 +5,12 @@
 #ifndef ZELCONV_PRSE_CPU_IDLE_H
 #define ZELCONV_PRSE_CPU_IDLE_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_cpu_idle : public PerfRecordSampleEvent {
+class PRSE_cpu_idle : public TracePointDecoder<PRSE_cpu_idle> {
 public:
     explicit PRSE_cpu_idle(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "cpu_idle";
 };
 
 #endif

@@ -1,10 +1,7 @@
 #include "PRSE_irq_handler_entry.h"
 
-#include <cstdio>
-
 #include "EventPayload.h"
 #include "PerfRecordSampleFactoryRegister.h"
-#include "Settings.h"
 #include "TimechartManager.h"
 
 static PerfRecordSampleFactoryRegister f("irq:irq_handler_entry", PRSE_irq_handler_entry::factory);
@@ -16,7 +13,7 @@ const size_t kName = 4;  // a location word
 
 }  // namespace
 
-PRSE_irq_handler_entry::PRSE_irq_handler_entry(PerfRecordSampleEventS* record) : PerfRecordSampleEvent(record)
+PRSE_irq_handler_entry::PRSE_irq_handler_entry(PerfRecordSampleEventS* record) : TracePointDecoder(record)
 {
     const EventPayload payload(record);
     const uint64_t time = payload.time();
@@ -29,13 +26,4 @@ PRSE_irq_handler_entry::PRSE_irq_handler_entry(PerfRecordSampleEventS* record) :
     manager->addValueToCPUChart(time, cpu, TimechartManager::kCpuBusy, 1);
     if (manager->addValueToIRQChart(time, irq, 1, cpu))
         manager->addIrqName(irq, payload.locationText(kName).c_str());
-}
-
-PerfRecord* PRSE_irq_handler_entry::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    if (gVerbosity != 0)
-        puts("PRSE: Found irq_handler_entry");
-    return new PRSE_irq_handler_entry(reinterpret_cast<PerfRecordSampleEventS*>(record));
 }

@@ -4,12 +4,12 @@
 #ifndef ZELCONV_PRSE_IRQ_HANDLER_ENTRY_H
 #define ZELCONV_PRSE_IRQ_HANDLER_ENTRY_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_irq_handler_entry : public PerfRecordSampleEvent {
+class PRSE_irq_handler_entry : public TracePointDecoder<PRSE_irq_handler_entry> {
 public:
     explicit PRSE_irq_handler_entry(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "irq_handler_entry";
 };
 
 #endif

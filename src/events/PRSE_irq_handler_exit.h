@@ -3,12 +3,12 @@
 #ifndef ZELCONV_PRSE_IRQ_HANDLER_EXIT_H
 #define ZELCONV_PRSE_IRQ_HANDLER_EXIT_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_irq_handler_exit : public PerfRecordSampleEvent {
+class PRSE_irq_handler_exit : public TracePointDecoder<PRSE_irq_handler_exit> {
 public:
     explicit PRSE_irq_handler_exit(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "irq_handler_exit";
 };
 
 #endif

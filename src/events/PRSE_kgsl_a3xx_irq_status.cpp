@@ -1,7 +1,6 @@
 #include "PRSE_kgsl_a3xx_irq_status.h"
 
 #include <cinttypes>
-#include <cstdio>
 
 #include "EventPayload.h"
 #include "KgslDevice.h"
@@ -17,22 +16,12 @@ const size_t kStatus = 4;
 
 }  // namespace
 
-PRSE_kgsl_a3xx_irq_status::PRSE_kgsl_a3xx_irq_status(PerfRecordSampleEventS* record) : PerfRecordSampleEvent(record)
+PRSE_kgsl_a3xx_irq_status::PRSE_kgsl_a3xx_irq_status(PerfRecordSampleEventS* record) : TracePointDecoder(record)
 {
     const EventPayload payload(record);
     const KgslDevice gpu(payload);
     const uint32_t status = payload.u32(kStatus);
-    if (gVerbosity != 0)
-        printf("a3xx_irq status: %" PRIu32 " on device: %s\n", status, gpu.name.c_str());
+    verbose(1, "a3xx_irq status: %" PRIu32 " on device: %s\n", status, gpu.name.c_str());
     TimechartManager::Instance()->addStatusToGPUChart(payload.time(), gpu.dimension, gpu.device,
                                                       KgslDevice::irqStatus(status), 0);
-}
-
-PerfRecord* PRSE_kgsl_a3xx_irq_status::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    if (gVerbosity != 0)
-        puts("PRSE: Found kgsl_a3xx_irq_status");
-    return new PRSE_kgsl_a3xx_irq_status(reinterpret_cast<PerfRecordSampleEventS*>(record));
 }

@@ -4,12 +4,12 @@
 #ifndef ZELCONV_PRSE_KGSL_A3XX_IRQ_STATUS_H
 #define ZELCONV_PRSE_KGSL_A3XX_IRQ_STATUS_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_kgsl_a3xx_irq_status : public PerfRecordSampleEvent {
+class PRSE_kgsl_a3xx_irq_status : public TracePointDecoder<PRSE_kgsl_a3xx_irq_status> {
 public:
     explicit PRSE_kgsl_a3xx_irq_status(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "kgsl_a3xx_irq_status";
 };
 
 #endif

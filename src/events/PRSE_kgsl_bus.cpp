@@ -1,35 +1,18 @@
 #include "PRSE_kgsl_bus.h"
 
-#include <cstdio>
-
 #include "EventPayload.h"
 #include "KgslDevice.h"
 #include "PerfRecordSampleFactoryRegister.h"
-#include "Settings.h"
-#include "TimechartManager.h"
 
 static PerfRecordSampleFactoryRegister f("kgsl:kgsl_bus", PRSE_kgsl_bus::factory);
 
 namespace {
 
-const size_t kFlag = 4;
 const unsigned int kBase = 31;
 
 }  // namespace
 
-PRSE_kgsl_bus::PRSE_kgsl_bus(PerfRecordSampleEventS* record) : PerfRecordSampleEvent(record)
+PRSE_kgsl_bus::PRSE_kgsl_bus(PerfRecordSampleEventS* record) : TracePointDecoder(record)
 {
-    const EventPayload payload(record);
-    const KgslDevice gpu(payload);
-    TimechartManager::Instance()->addStatusToGPUChart(payload.time(), gpu.dimension, gpu.device,
-                                                      (int)(kBase + payload.u32(kFlag)), 0);
-}
-
-PerfRecord* PRSE_kgsl_bus::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    if (gVerbosity != 0)
-        puts("PRSE: Found kgsl_bus");
-    return new PRSE_kgsl_bus(reinterpret_cast<PerfRecordSampleEventS*>(record));
+    KgslDevice::addPowerStatus(EventPayload(record), kBase);
 }

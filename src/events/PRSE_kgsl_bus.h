@@ -5,12 +5,12 @@
 #ifndef ZELCONV_PRSE_KGSL_BUS_H
 #define ZELCONV_PRSE_KGSL_BUS_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_kgsl_bus : public PerfRecordSampleEvent {
+class PRSE_kgsl_bus : public TracePointDecoder<PRSE_kgsl_bus> {
 public:
     explicit PRSE_kgsl_bus(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "kgsl_bus";
 };
 
 #endif

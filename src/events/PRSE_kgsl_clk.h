@@ -5,12 +5,12 @@
 #ifndef ZELCONV_PRSE_KGSL_CLK_H
 #define ZELCONV_PRSE_KGSL_CLK_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_kgsl_clk : public PerfRecordSampleEvent {
+class PRSE_kgsl_clk : public TracePointDecoder<PRSE_kgsl_clk> {
 public:
     explicit PRSE_kgsl_clk(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "kgsl_clk";
 };
 
 #endif

@@ -5,12 +5,12 @@
 #ifndef ZELCONV_PRSE_KGSL_IRQ_H
 #define ZELCONV_PRSE_KGSL_IRQ_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_kgsl_irq : public PerfRecordSampleEvent {
+class PRSE_kgsl_irq : public TracePointDecoder<PRSE_kgsl_irq> {
 public:
     explicit PRSE_kgsl_irq(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "kgsl_irq";
 };
 
 #endif

@@ -1,7 +1,6 @@
 #include "PRSE_kgsl_issueibcmds.h"
 
 #include <cinttypes>
-#include <cstdio>
 
 #include "EventPayload.h"
 #include "KgslDevice.h"
@@ -20,7 +19,7 @@ const uint32_t kEndOfFrame = 0x100;
 
 }  // namespace
 
-PRSE_kgsl_issueibcmds::PRSE_kgsl_issueibcmds(PerfRecordSampleEventS* record) : PerfRecordSampleEvent(record)
+PRSE_kgsl_issueibcmds::PRSE_kgsl_issueibcmds(PerfRecordSampleEventS* record) : TracePointDecoder(record)
 {
     const EventPayload payload(record);
     const KgslDevice gpu(payload);
@@ -29,8 +28,7 @@ PRSE_kgsl_issueibcmds::PRSE_kgsl_issueibcmds(PerfRecordSampleEventS* record) : P
     if (payload.u32(kResult) != 0)
         return;
     const uint32_t eof = flags & kEndOfFrame;
-    if (gVerbosity != 0)
-        printf("issueibcmds eof: %" PRIu32 ", drawctxt_type: %" PRIu32 "\n", eof, contextType);
+    verbose(1, "issueibcmds eof: %" PRIu32 ", drawctxt_type: %" PRIu32 "\n", eof, contextType);
     const unsigned int endOfFrame = eof != 0 ? 1 : 0;
     // Context types 1 to 3 (GL, CL, C2D) are kinds 1 to 3; every other type is kind 0.
     const int kind = contextType >= 1 && contextType <= 3 ? (int)contextType : 0;
@@ -38,13 +36,4 @@ PRSE_kgsl_issueibcmds::PRSE_kgsl_issueibcmds(PerfRecordSampleEventS* record) : P
     TimechartManager* manager = TimechartManager::Instance();
     manager->addStatusToProcessChart(payload.time(), payload.commonPid(), status, 0, endOfFrame);
     manager->addStatusToGPUChart(payload.time(), gpu.dimension, gpu.device, status, endOfFrame);
-}
-
-PerfRecord* PRSE_kgsl_issueibcmds::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    if (gVerbosity != 0)
-        puts("PRSE: Found kgsl_issueibcmds");
-    return new PRSE_kgsl_issueibcmds(reinterpret_cast<PerfRecordSampleEventS*>(record));
 }

@@ -5,12 +5,12 @@
 #ifndef ZELCONV_PRSE_KGSL_ISSUEIBCMDS_H
 #define ZELCONV_PRSE_KGSL_ISSUEIBCMDS_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_kgsl_issueibcmds : public PerfRecordSampleEvent {
+class PRSE_kgsl_issueibcmds : public TracePointDecoder<PRSE_kgsl_issueibcmds> {
 public:
     explicit PRSE_kgsl_issueibcmds(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "kgsl_issueibcmds";
 };
 
 #endif

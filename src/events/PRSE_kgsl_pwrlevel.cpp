@@ -1,7 +1,6 @@
 #include "PRSE_kgsl_pwrlevel.h"
 
 #include <cinttypes>
-#include <cstdio>
 
 #include "EventPayload.h"
 #include "KgslDevice.h"
@@ -17,22 +16,12 @@ const size_t kFrequency = 8;  // Hz
 
 }  // namespace
 
-PRSE_kgsl_pwrlevel::PRSE_kgsl_pwrlevel(PerfRecordSampleEventS* record) : PerfRecordSampleEvent(record)
+PRSE_kgsl_pwrlevel::PRSE_kgsl_pwrlevel(PerfRecordSampleEventS* record) : TracePointDecoder(record)
 {
     const EventPayload payload(record);
     const KgslDevice gpu(payload);
     const uint32_t frequency = payload.u32(kFrequency);
-    if (gVerbosity != 0)
-        printf("pwrlevel freq: %" PRIu32 " on device: %s\n", frequency, gpu.name.c_str());
+    verbose(1, "pwrlevel freq: %" PRIu32 " on device: %s\n", frequency, gpu.name.c_str());
     TimechartManager::Instance()->addStatusToGPUChart(payload.time(), gpu.dimension, gpu.device,
                                                       TimechartManager::kGpuFrequency, frequency / 1000000);
-}
-
-PerfRecord* PRSE_kgsl_pwrlevel::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    if (gVerbosity != 0)
-        puts("PRSE: Found kgsl_pwrlevel");
-    return new PRSE_kgsl_pwrlevel(reinterpret_cast<PerfRecordSampleEventS*>(record));
 }

@@ -2,12 +2,12 @@
 #ifndef ZELCONV_PRSE_KGSL_PWRLEVEL_H
 #define ZELCONV_PRSE_KGSL_PWRLEVEL_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_kgsl_pwrlevel : public PerfRecordSampleEvent {
+class PRSE_kgsl_pwrlevel : public TracePointDecoder<PRSE_kgsl_pwrlevel> {
 public:
     explicit PRSE_kgsl_pwrlevel(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "kgsl_pwrlevel";
 };
 
 #endif

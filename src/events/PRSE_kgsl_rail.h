@@ -5,12 +5,12 @@
 #ifndef ZELCONV_PRSE_KGSL_RAIL_H
 #define ZELCONV_PRSE_KGSL_RAIL_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_kgsl_rail : public PerfRecordSampleEvent {
+class PRSE_kgsl_rail : public TracePointDecoder<PRSE_kgsl_rail> {
 public:
     explicit PRSE_kgsl_rail(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "kgsl_rail";
 };
 
 #endif

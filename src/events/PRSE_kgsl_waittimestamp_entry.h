@@ -3,12 +3,12 @@
 #ifndef ZELCONV_PRSE_KGSL_WAITTIMESTAMP_ENTRY_H
 #define ZELCONV_PRSE_KGSL_WAITTIMESTAMP_ENTRY_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_kgsl_waittimestamp_entry : public PerfRecordSampleEvent {
+class PRSE_kgsl_waittimestamp_entry : public TracePointDecoder<PRSE_kgsl_waittimestamp_entry> {
 public:
     explicit PRSE_kgsl_waittimestamp_entry(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "kgsl_waittimestamp_entry";
 };
 
 #endif

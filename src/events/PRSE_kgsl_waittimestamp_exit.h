@@ -3,12 +3,12 @@
 #ifndef ZELCONV_PRSE_KGSL_WAITTIMESTAMP_EXIT_H
 #define ZELCONV_PRSE_KGSL_WAITTIMESTAMP_EXIT_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_kgsl_waittimestamp_exit : public PerfRecordSampleEvent {
+class PRSE_kgsl_waittimestamp_exit : public TracePointDecoder<PRSE_kgsl_waittimestamp_exit> {
 public:
     explicit PRSE_kgsl_waittimestamp_exit(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "kgsl_waittimestamp_exit";
 };
 
 #endif

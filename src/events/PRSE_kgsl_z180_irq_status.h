@@ -3,12 +3,12 @@
 #ifndef ZELCONV_PRSE_KGSL_Z180_IRQ_STATUS_H
 #define ZELCONV_PRSE_KGSL_Z180_IRQ_STATUS_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_kgsl_z180_irq_status : public PerfRecordSampleEvent {
+class PRSE_kgsl_z180_irq_status : public TracePointDecoder<PRSE_kgsl_z180_irq_status> {
 public:
     explicit PRSE_kgsl_z180_irq_status(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "kgsl_z180_irq_status";
 };
 
 #endif

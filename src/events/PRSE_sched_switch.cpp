@@ -15,15 +15,8 @@ const size_t kNextPid = 44;
 }  // namespace
 
 PRSE_sched_switch::PRSE_sched_switch(PerfRecordSampleEventS* record)
-    : PerfRecordSampleEvent(record), _nextPid(0), _prevPid(0), _prevState(0)
+    : TracePointDecoder(record), _nextPid(0), _prevPid(0), _prevState(0)
 {
-}
-
-PerfRecord* PRSE_sched_switch::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    return new PRSE_sched_switch(reinterpret_cast<PerfRecordSampleEventS*>(record));
 }
 
 int PRSE_sched_switch::process(PerfRecordSampleEventS* record)

@@ -6,15 +6,14 @@
 
 #include <cstdint>
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_sched_switch : public PerfRecordSampleEvent {
+class PRSE_sched_switch : public TracePointDecoder<PRSE_sched_switch> {
 public:
     // The kernel's uninterruptible sleep, the one previous state told apart.
     static constexpr uint32_t kUninterruptible = 2;
 
     explicit PRSE_sched_switch(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
 
     int process(PerfRecordSampleEventS* record) override;
     virtual void alloc(PerfRecordSampleEventS* record);

@@ -13,14 +13,7 @@ const size_t kNextPid = 48;
 
 }  // namespace
 
-PRSE_sched_switch_64::PRSE_sched_switch_64(PerfRecordSampleEventS* record) : PRSE_sched_switch(record) {}
-
-PerfRecord* PRSE_sched_switch_64::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    return new PRSE_sched_switch_64(reinterpret_cast<PerfRecordSampleEventS*>(record));
-}
+PRSE_sched_switch_64::PRSE_sched_switch_64(PerfRecordSampleEventS* record) : TracePointDecoder(record) {}
 
 // A 64-bit kernel is 3.10 or later, so the payload's start does not follow kern_ver.
 void PRSE_sched_switch_64::alloc(PerfRecordSampleEventS* record)

@@ -5,10 +5,9 @@
 
 #include "PRSE_sched_switch.h"
 
-class PRSE_sched_switch_64 : public PRSE_sched_switch {
+class PRSE_sched_switch_64 : public TracePointDecoder<PRSE_sched_switch_64, PRSE_sched_switch> {
 public:
     explicit PRSE_sched_switch_64(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
 
     void alloc(PerfRecordSampleEventS* record) override;
 };

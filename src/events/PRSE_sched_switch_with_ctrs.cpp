@@ -18,7 +18,7 @@ const size_t kL2 = 28;  // two deltas
 }  // namespace
 
 PRSE_sched_switch_with_ctrs::PRSE_sched_switch_with_ctrs(PerfRecordSampleEventS* record)
-    : PerfRecordSampleEvent(record)
+    : TracePointDecoder(record)
 {
     const EventPayload payload(record);
     unsigned int l1[4];
@@ -34,11 +34,4 @@ PRSE_sched_switch_with_ctrs::PRSE_sched_switch_with_ctrs(PerfRecordSampleEventS*
     unsigned int zeroL1[4] = {0, 0, 0, 0};
     unsigned int zeroL2[2] = {0, 0};
     manager->addCountersToProcessChart(payload.time(), cpu, payload.i32(kNextPid), 0, zeroL1, zeroL2);
-}
-
-PerfRecord* PRSE_sched_switch_with_ctrs::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    return new PRSE_sched_switch_with_ctrs(reinterpret_cast<PerfRecordSampleEventS*>(record));
 }

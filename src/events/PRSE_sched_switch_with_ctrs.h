@@ -4,12 +4,11 @@
 #ifndef ZELCONV_PRSE_SCHED_SWITCH_WITH_CTRS_H
 #define ZELCONV_PRSE_SCHED_SWITCH_WITH_CTRS_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_sched_switch_with_ctrs : public PerfRecordSampleEvent {
+class PRSE_sched_switch_with_ctrs : public TracePointDecoder<PRSE_sched_switch_with_ctrs> {
 public:
     explicit PRSE_sched_switch_with_ctrs(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
 };
 
 #endif

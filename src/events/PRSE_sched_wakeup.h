@@ -3,12 +3,11 @@
 #ifndef ZELCONV_PRSE_SCHED_WAKEUP_H
 #define ZELCONV_PRSE_SCHED_WAKEUP_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_sched_wakeup : public PerfRecordSampleEvent {
+class PRSE_sched_wakeup : public TracePointDecoder<PRSE_sched_wakeup> {
 public:
     explicit PRSE_sched_wakeup(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
 };
 
 #endif

@@ -3,12 +3,11 @@
 #ifndef ZELCONV_PRSE_SCHED_WAKEUP_NEW_H
 #define ZELCONV_PRSE_SCHED_WAKEUP_NEW_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_sched_wakeup_new : public PerfRecordSampleEvent {
+class PRSE_sched_wakeup_new : public TracePointDecoder<PRSE_sched_wakeup_new> {
 public:
     explicit PRSE_sched_wakeup_new(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
 };
 
 #endif

@@ -12,17 +12,10 @@ const size_t kVector = 0;
 
 }  // namespace
 
-PRSE_softirq_entry::PRSE_softirq_entry(PerfRecordSampleEventS* record) : PerfRecordSampleEvent(record)
+PRSE_softirq_entry::PRSE_softirq_entry(PerfRecordSampleEventS* record) : TracePointDecoder(record)
 {
     const EventPayload payload(record);
     TimechartManager::Instance()->addValueToIRQChart(
         payload.time(), (int)(payload.u32(kVector) + (uint32_t)TimechartManager::kSoftIrqBase), 1,
         (int)payload.cpu());
-}
-
-PerfRecord* PRSE_softirq_entry::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    return new PRSE_softirq_entry(reinterpret_cast<PerfRecordSampleEventS*>(record));
 }

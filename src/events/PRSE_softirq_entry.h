@@ -4,12 +4,11 @@
 #ifndef ZELCONV_PRSE_SOFTIRQ_ENTRY_H
 #define ZELCONV_PRSE_SOFTIRQ_ENTRY_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_softirq_entry : public PerfRecordSampleEvent {
+class PRSE_softirq_entry : public TracePointDecoder<PRSE_softirq_entry> {
 public:
     explicit PRSE_softirq_entry(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
 };
 
 #endif

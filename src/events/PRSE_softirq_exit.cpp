@@ -12,17 +12,10 @@ const size_t kVector = 0;
 
 }  // namespace
 
-PRSE_softirq_exit::PRSE_softirq_exit(PerfRecordSampleEventS* record) : PerfRecordSampleEvent(record)
+PRSE_softirq_exit::PRSE_softirq_exit(PerfRecordSampleEventS* record) : TracePointDecoder(record)
 {
     const EventPayload payload(record);
     TimechartManager::Instance()->addValueToIRQChart(
         payload.time(), (int)(payload.u32(kVector) + (uint32_t)TimechartManager::kSoftIrqBase), 0,
         (int)payload.cpu());
-}
-
-PerfRecord* PRSE_softirq_exit::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    return new PRSE_softirq_exit(reinterpret_cast<PerfRecordSampleEventS*>(record));
 }

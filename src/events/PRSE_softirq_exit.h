@@ -4,12 +4,11 @@
 #ifndef ZELCONV_PRSE_SOFTIRQ_EXIT_H
 #define ZELCONV_PRSE_SOFTIRQ_EXIT_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_softirq_exit : public PerfRecordSampleEvent {
+class PRSE_softirq_exit : public TracePointDecoder<PRSE_softirq_exit> {
 public:
     explicit PRSE_softirq_exit(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
 };
 
 #endif

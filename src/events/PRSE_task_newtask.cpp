@@ -1,10 +1,7 @@
 #include "PRSE_task_newtask.h"
 
-#include <cstdio>
-
 #include "EventPayload.h"
 #include "PerfRecordSampleFactoryRegister.h"
-#include "Settings.h"
 #include "TimechartManager.h"
 
 static PerfRecordSampleFactoryRegister f("task:task_newtask", PRSE_task_newtask::factory);
@@ -18,17 +15,8 @@ const size_t kCloneFlags = 20;
 }  // namespace
 
 PRSE_task_newtask::PRSE_task_newtask(PerfRecordSampleEventS* record)
-    : PerfRecordSampleEvent(record), _cloneThread(0), _newPid(0)
+    : TracePointDecoder(record), _cloneThread(0), _newPid(0)
 {
-}
-
-PerfRecord* PRSE_task_newtask::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    if (gVerbosity != 0)
-        puts("PRSE: Found task_newtask");
-    return new PRSE_task_newtask(reinterpret_cast<PerfRecordSampleEventS*>(record));
 }
 
 int PRSE_task_newtask::process(PerfRecordSampleEventS* record)

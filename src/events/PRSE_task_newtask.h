@@ -7,15 +7,15 @@
 #include <cstdint>
 #include <string>
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_task_newtask : public PerfRecordSampleEvent {
+class PRSE_task_newtask : public TracePointDecoder<PRSE_task_newtask> {
 public:
     // The kernel's clone flag for a new thread within the caller's process.
     static constexpr uint32_t kCloneThread = 0x10000;
 
     explicit PRSE_task_newtask(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "task_newtask";
 
     int process(PerfRecordSampleEventS* record) override;
     virtual void alloc(PerfRecordSampleEventS* record);

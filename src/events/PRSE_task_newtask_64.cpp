@@ -1,7 +1,5 @@
 #include "PRSE_task_newtask_64.h"
 
-#include <cstdio>
-
 #include "EventPayload.h"
 #include "PerfRecordSampleFactoryRegister64.h"
 #include "Settings.h"
@@ -16,16 +14,7 @@ const size_t kCloneFlags = 24;  // 8 bytes, of which the low 4 are read
 
 }  // namespace
 
-PRSE_task_newtask_64::PRSE_task_newtask_64(PerfRecordSampleEventS* record) : PRSE_task_newtask(record) {}
-
-PerfRecord* PRSE_task_newtask_64::factory(char* record)
-{
-    if (record == nullptr)
-        return nullptr;
-    if (gVerbosity != 0)
-        puts("PRSE: Found task_newtask_64");
-    return new PRSE_task_newtask_64(reinterpret_cast<PerfRecordSampleEventS*>(record));
-}
+PRSE_task_newtask_64::PRSE_task_newtask_64(PerfRecordSampleEventS* record) : TracePointDecoder(record) {}
 
 // A 64-bit kernel is 3.10 or later, so the payload's start does not follow kern_ver.
 void PRSE_task_newtask_64::alloc(PerfRecordSampleEventS* record)

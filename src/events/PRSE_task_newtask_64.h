@@ -5,10 +5,10 @@
 
 #include "PRSE_task_newtask.h"
 
-class PRSE_task_newtask_64 : public PRSE_task_newtask {
+class PRSE_task_newtask_64 : public TracePointDecoder<PRSE_task_newtask_64, PRSE_task_newtask> {
 public:
     explicit PRSE_task_newtask_64(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "task_newtask_64";
 
     void alloc(PerfRecordSampleEventS* record) override;
 };

@@ -3,12 +3,12 @@
 #ifndef ZELCONV_PRSE_TASK_RENAME_H
 #define ZELCONV_PRSE_TASK_RENAME_H
 
-#include "PerfRecordSampleEvent.h"
+#include "TracePointDecoder.h"
 
-class PRSE_task_rename : public PerfRecordSampleEvent {
+class PRSE_task_rename : public TracePointDecoder<PRSE_task_rename> {
 public:
     explicit PRSE_task_rename(PerfRecordSampleEventS* record);
-    static PerfRecord* factory(char* record);
+    static constexpr const char* kFound = "task_rename";
 };
 
 #endif

@@ -62,16 +62,14 @@ void PerfRecordSampleEvent::initVectors()
 void PerfRecordSampleEvent::registerEvent(const char* name, PerfRecordCreateFn function)
 {
     initVectors();
-    if (gVerbosity != 0)
-        printf("registerEvent %s:%x\n", name, addressOf(function));
+    verbose(1, "registerEvent %s:%x\n", name, addressOf(function));
     _nameAndFunction->push_back({name, function});
 }
 
 void PerfRecordSampleEvent::registerEvent64(const char* name, PerfRecordCreateFn function)
 {
     initVectors();
-    if (gVerbosity != 0)
-        printf("registerEvent64 %s:%x\n", name, addressOf(function));
+    verbose(1, "registerEvent64 %s:%x\n", name, addressOf(function));
     _nameAndFunction64->push_back({name, function});
 }
 
@@ -79,8 +77,7 @@ PerfRecordCreateFn PerfRecordSampleEvent::_find(const std::vector<PerfNameToFunc
                                                const char* verboseFormat)
 {
     for (const PerfNameToFunctionS& entry : table) {
-        if (gVerbosity != 0)
-            printf(verboseFormat, name, entry.name);
+        verbose(1, verboseFormat, name, entry.name);
         if (strcmp(name, entry.name) == 0)
             return entry.function;
     }
@@ -138,8 +135,7 @@ void PerfRecordSampleEvent::readEvents(PerfReader& reader, PerfRecordHeaderS* he
     const uint32_t count = ((uint32_t)header->dataOffset - start) / (uint32_t)sizeof(PerfEventTypeS);
 
     reader.seek((int)start);
-    if (gVerbosity != 0)
-        printf("Seek to %x (%llx+%llx) c:%d\n", start, (unsigned long long)header->attrsSize,
+    verbose(1, "Seek to %x (%llx+%llx) c:%d\n", start, (unsigned long long)header->attrsSize,
                (unsigned long long)header->attrsOffset, (int)count);
 
     PerfEventTypeS entry;
@@ -160,8 +156,7 @@ void PerfRecordSampleEvent::readEvents(PerfReader& reader, PerfRecordHeaderS* he
         } else {
             reader.announceRead((int)sizeof entry);
         }
-        if (gVerbosity != 0)
-            printf("readEvent: i:%04lld n:%s\n", (long long)entry.event_id, entry.name);
+        verbose(1, "readEvent: i:%04lld n:%s\n", (long long)entry.event_id, entry.name);
         PerfRecordCreateFn function = findFunction(entry.name);
         if (reading)
             _storeFunction(entry.event_id, function);
@@ -179,8 +174,7 @@ PerfRecord* PerfRecordSampleEvent::factoryCreate(char* record)
     if (type >= _functions->size())
         return nullptr;
     PerfRecordCreateFn function = (*_functions)[type];
-    if (gVerbosity != 0)
-        printf("Found event type:%d func:%x\n", (int)type, addressOf(function));
+    verbose(1, "Found event type:%d func:%x\n", (int)type, addressOf(function));
     if (function == nullptr)
         return nullptr;
     // Only decoders are entered in the number table.

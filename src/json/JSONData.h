@@ -111,8 +111,15 @@ struct JSONData {
 
  private:
   void releaseMembersFromFront(size_t count);
-  bool parseValue(const char*& cursor, int depth);
-  bool parseValue(std::istream& stream, int depth);
+  // The grammar, over an input adaptor for the cursor or for the stream.
+  template <class Input>
+  static bool nextType(Input& in, uint16_t& type, bool& comma, bool& colon, bool& end);
+  template <class Input>
+  static bool readString(Input& in, std::string& out);
+  template <class Input>
+  bool readNumber(Input& in);
+  template <class Input>
+  bool parseValue(Input& in, int depth);
 };
 
 }  // namespace loomstat

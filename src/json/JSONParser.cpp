@@ -1,5 +1,5 @@
-// Recursive-descent JSON parser of JSONData, in two twins: over a NUL-ended
-// C string cursor and over an input stream.
+// Recursive-descent JSON parser of JSONData: one grammar over two inputs, a
+// NUL-ended C string cursor and an input stream.
 //
 // The accepted language differs from strict JSON: comments (// and /* */)
 // wherever white space may stand, trailing commas in objects and arrays,
@@ -14,9 +14,6 @@
 namespace loomstat {
 
 namespace {
-
-const char kCursorName[] = "setFromJsonString()";
-const char kStreamName[] = "setFromStream()";
 
 void syntaxError(const char* operation, const char* message) {
   std::fprintf(stderr, "JSONData::%s: %s\n", operation, message);
@@ -57,134 +54,94 @@ const char* keywordFor(uint16_t type, int first) {
   return first == 't' ? "true" : "false";
 }
 
+const int kEnd = -1;  // what an input's get() returns at its end
+
+// The grammar reads a byte with get(), puts back one that it leaves for the
+// caller with unget(), and with refuse() one that fails the parse.
+
+// A NUL-ended text: the NUL is the end and is never stepped over. A refused
+// byte stays under the cursor; a keyword is taken only when it matches.
+struct CursorInput {
+  const char*& at;
+  static constexpr const char* kName = "setFromJsonString()";
+  int get() { return *at == '\0' ? kEnd : static_cast<unsigned char>(*at++); }
+  void unget(int c) {
+    if (c != kEnd) --at;
+  }
+  void refuse(int c) { unget(c); }
+  int peek() const { return *at; }
+  bool atEnd() const { return *at == '\0'; }
+  bool take(const char* keyword, size_t length) {
+    if (std::strncmp(at, keyword, length) != 0) return false;
+    at += length;
+    return true;
+  }
+};
+
+// A stream: the end is any state other than good after a read, and a NUL is
+// a byte like any other. A refused byte and the bytes of a keyword, matched
+// or not, are gone.
+struct StreamInput {
+  std::istream& stream;
+  static constexpr const char* kName = "setFromStream()";
+  int get() {
+    const int c = stream.get();
+    return stream.good() ? c : kEnd;
+  }
+  void unget(int c) {
+    if (c != kEnd) stream.unget();
+  }
+  void refuse(int) {}
+  int peek() { return stream.peek(); }
+  bool atEnd() const { return stream.eof(); }
+  bool take(const char* keyword, size_t length) {
+    char read[5];
+    stream.read(read, static_cast<std::streamsize>(length));
+    return stream.gcount() == static_cast<std::streamsize>(length) && std::memcmp(read, keyword, length) == 0;
+  }
+};
+
 }  // namespace
 
-// ---- Cursor twin ----
-
 bool JSONData::fetchNextType(const char*& cursor, uint16_t& type, bool& comma, bool& colon, bool& end) {
-  comma = colon = end = false;
-  for (;;) {
-    switch (*cursor) {
-      case '\t':
-      case '\n':
-      case '\r':
-      case ' ':
-        ++cursor;
-        continue;
-      case '/':
-        ++cursor;
-        if (*cursor == '/') {
-          ++cursor;
-          while (*cursor != '\n') {
-            if (*cursor == '\0') return false;
-            ++cursor;
-          }
-          ++cursor;
-          continue;
-        }
-        if (*cursor == '*') {
-          ++cursor;  // the search for "*/" starts after "/*", so "/*/" stays open
-          for (;;) {
-            if (*cursor == '\0') return false;
-            if (cursor[0] == '*' && cursor[1] == '/') break;
-            ++cursor;
-          }
-          cursor += 2;
-          continue;
-        }
-        return false;
-      case '"': type = TYPE_STRING; return true;
-      case '+': case '-':
-      case '0': case '1': case '2': case '3': case '4':
-      case '5': case '6': case '7': case '8': case '9':
-        type = TYPE_LONG; return true;
-      case 't': case 'f': type = TYPE_BOOLEAN; return true;
-      case 'n': type = TYPE_NULL; return true;
-      case '{': type = TYPE_OBJECT; return true;
-      case '}': type = TYPE_OBJECT; end = true; return true;
-      case '[': type = TYPE_ARRAY; return true;
-      case ']': type = TYPE_ARRAY; end = true; return true;
-      case ',': comma = true; return true;
-      case ':': colon = true; return true;
-      default: return false;  // also the end of the text
-    }
-  }
+  CursorInput in{cursor};
+  return nextType(in, type, comma, colon, end);
+}
+
+bool JSONData::fetchNextType(std::istream& stream, uint16_t& type, bool& comma, bool& colon, bool& end) {
+  StreamInput in{stream};
+  return nextType(in, type, comma, colon, end);
 }
 
 bool JSONData::parseJsonString(const char*& cursor, std::string& out) {
-  out.clear();
-  if (*cursor != '"') return false;
-  ++cursor;
-  for (;;) {
-    const char c = *cursor;
-    if (c == '\0') return false;
-    ++cursor;
-    if (c == '"') return true;
-    if (c != '\\') {
-      out.push_back(c);
-      continue;
-    }
-    const char escaped = *cursor;
-    if (escaped == '\0') return false;
-    ++cursor;
-    switch (escaped) {
-      case 'n': out.push_back('\n'); break;
-      case 't': out.push_back('\t'); break;
-      case 'r': out.push_back('\r'); break;
-      case 'b': out.push_back('\b'); break;
-      case 'f': out.push_back('\f'); break;
-      case '"': out.push_back('"'); break;
-      case '\\': out.push_back('\\'); break;
-      case '/': out.push_back('/'); break;
-      case 'u': {
-        int digits[4];
-        for (int& digit : digits) {
-          digit = hexDigitValue(static_cast<unsigned char>(*cursor));
-          if (digit < 0) return false;  // a NUL is no digit: never read past it
-          ++cursor;
-        }
-        // Only the last two digits count: one byte, no UTF-8.
-        out.push_back(static_cast<char>(digits[2] * 16 + digits[3]));
-        break;
-      }
-      default:
-        out.push_back('\\');
-        out.push_back(escaped);
-        break;
-    }
-  }
+  CursorInput in{cursor};
+  return readString(in, out);
+}
+
+bool JSONData::parseJsonString(std::istream& stream, std::string& out) {
+  StreamInput in{stream};
+  return readString(in, out);
 }
 
 bool JSONData::parseJsonNumberIntoSelf(const char*& cursor) {
-  bool negative = false;
-  if (*cursor == '-') {
-    negative = true;
-    ++cursor;
-  }
-  if (!isDigit(*cursor)) return false;
-  uint64_t integer = 0;
-  while (isDigit(*cursor)) integer = integer * 10 + static_cast<uint64_t>(*cursor++ - '0');
-  if (*cursor != '.') {
-    setType(TYPE_LONG);
-    _value.integer = asSigned(negative ? 0 - integer : integer);
-    return true;
-  }
-  setType(TYPE_DOUBLE);
-  double value = static_cast<double>(asSigned(integer));
-  ++cursor;
-  uint64_t divisor = 10;
-  while (isDigit(*cursor)) {
-    const int digit = *cursor++ - '0';
-    if (digit != 0) value = addFraction(value, digit, divisor);
-    divisor *= 10;
-  }
-  _value.real = negative ? negate(value) : value;
-  return true;
+  CursorInput in{cursor};
+  return readNumber(in);
+}
+
+bool JSONData::parseJsonNumberIntoSelf(std::istream& stream) {
+  StreamInput in{stream};
+  return readNumber(in);
 }
 
 bool JSONData::setFromJsonString(const char*& cursor) {
   if (cursor == nullptr) return false;
-  return parseValue(cursor, 1);
+  CursorInput in{cursor};
+  return parseValue(in, 1);
+}
+
+bool JSONData::setFromStream(std::istream& stream) {
+  StreamInput in{stream};
+  return parseValue(in, 1);
 }
 
 bool JSONData::setFromJsonStlString(const std::string& text) {
@@ -192,136 +149,12 @@ bool JSONData::setFromJsonStlString(const std::string& text) {
   return setFromJsonString(cursor);
 }
 
-bool JSONData::parseValue(const char*& cursor, int depth) {
-  uint16_t type = TYPE_UNSET;
-  bool comma, colon, end;
-  if (!fetchNextType(cursor, type, comma, colon, end) || comma || colon || end || depth > kMaxParseDepth) {
-    if (*cursor != '\0') syntaxError(kCursorName, "syntax error: missing value");
-    return false;
-  }
-  switch (type) {
-    case TYPE_NULL:
-    case TYPE_BOOLEAN: {
-      const char* keyword = keywordFor(type, *cursor);
-      const size_t length = std::strlen(keyword);
-      if (std::strncmp(cursor, keyword, length) != 0) {
-        syntaxError(kCursorName, type == TYPE_NULL ? "syntax error: invalid null value"
-                                                    : "syntax error: invalid boolean value");
-        return false;
-      }
-      setType(type);
-      if (type == TYPE_BOOLEAN) _value.boolean = length == 4;
-      cursor += length;
-      return true;
-    }
-    case TYPE_STRING:
-      setType(TYPE_STRING);
-      if (!parseJsonString(cursor, *_value.string)) {
-        syntaxError(kCursorName, "syntax error: invalid string");
-        return false;
-      }
-      return true;
-    case TYPE_LONG:
-      if (!parseJsonNumberIntoSelf(cursor)) {
-        syntaxError(kCursorName, "syntax error: invalid number");
-        return false;
-      }
-      return true;
-    case TYPE_OBJECT:
-      setType(TYPE_OBJECT);
-      ++cursor;
-      for (;;) {
-        // `type` carries over from the previous token, since a comma stores
-        // none: a stray comma is judged by what came before it.
-        if (!fetchNextType(cursor, type, comma, colon, end)) {
-          syntaxError(kCursorName, "syntax error: object not closed");
-          return false;
-        }
-        if (end) {
-          if (type == TYPE_OBJECT) {
-            ++cursor;
-            return true;
-          }
-          syntaxError(kCursorName, "syntax error: object not closed");
-          return false;
-        }
-        if (type != TYPE_STRING) {
-          syntaxError(kCursorName, "syntax error: object key must be a string");
-          return false;
-        }
-        entry* member = new entry{std::string(), nullptr};
-        if (!parseJsonString(cursor, member->key)) {
-          delete member;
-          syntaxError(kCursorName, "syntax error: invalid string for object key");
-          return false;
-        }
-        if (!fetchNextType(cursor, type, comma, colon, end) || !colon) {
-          delete member;
-          syntaxError(kCursorName, "syntax error: object colon expected");
-          return false;
-        }
-        ++cursor;
-        member->value = new JSONData(1);
-        if (!member->value->parseValue(cursor, depth + 1)) {
-          release(member->value);
-          delete member;
-          return false;
-        }
-        if (!fetchNextType(cursor, type, comma, colon, end) || !(comma || (end && type == TYPE_OBJECT))) {
-          release(member->value);
-          delete member;
-          syntaxError(kCursorName, "syntax error: object comma or end expected");
-          return false;
-        }
-        ++cursor;
-        _value.object->push_back(member);
-        if (end) return true;
-      }
-    case TYPE_ARRAY:
-      setType(TYPE_ARRAY);
-      ++cursor;
-      for (;;) {
-        if (!fetchNextType(cursor, type, comma, colon, end)) {
-          syntaxError(kCursorName, "syntax error: array not closed");
-          return false;
-        }
-        if (end) {
-          if (type == TYPE_ARRAY) {
-            ++cursor;
-            return true;
-          }
-          syntaxError(kCursorName, "syntax error: array not closed");
-          return false;
-        }
-        JSONData* child = new JSONData(1);
-        if (!child->parseValue(cursor, depth + 1)) {
-          release(child);
-          return false;
-        }
-        if (!fetchNextType(cursor, type, comma, colon, end) || !(comma || (end && type == TYPE_ARRAY))) {
-          release(child);
-          syntaxError(kCursorName, "syntax error: array comma or end expected");
-          return false;
-        }
-        ++cursor;
-        _value.array->push_back(child);
-        if (end) return true;
-      }
-    default:
-      return false;
-  }
-}
-
-// ---- Stream twin ----
-//
-// The end of input is any state other than good after a read. A token left
-// for the caller is read and put back with unget().
-
-bool JSONData::fetchNextType(std::istream& stream, uint16_t& type, bool& comma, bool& colon, bool& end) {
+// Leaves the token found for the caller to consume.
+template <class Input>
+bool JSONData::nextType(Input& in, uint16_t& type, bool& comma, bool& colon, bool& end) {
   comma = colon = end = false;
   for (;;) {
-    int c = stream.get();
-    if (!stream.good()) return false;
+    int c = in.get();
     switch (c) {
       case '\t':
       case '\n':
@@ -329,26 +162,25 @@ bool JSONData::fetchNextType(std::istream& stream, uint16_t& type, bool& comma, 
       case ' ':
         continue;
       case '/':
-        c = stream.get();
-        if (!stream.good()) return false;
+        c = in.get();
         if (c == '/') {
           do {
-            c = stream.get();
-            if (!stream.good()) return false;
+            c = in.get();
+            if (c == kEnd) return false;
           } while (c != '\n');
           continue;
         }
         if (c == '*') {
-          int previous = 0;
+          int previous = 0;  // the search for "*/" starts after "/*", so "/*/" stays open
           for (;;) {
-            c = stream.get();
-            if (!stream.good()) return false;
+            c = in.get();
+            if (c == kEnd) return false;
             if (previous == '*' && c == '/') break;
             previous = c;
           }
           continue;
         }
-        stream.unget();
+        in.unget(c);
         return false;
       case '"': type = TYPE_STRING; break;
       case '+': case '-':
@@ -363,29 +195,33 @@ bool JSONData::fetchNextType(std::istream& stream, uint16_t& type, bool& comma, 
       case ']': type = TYPE_ARRAY; end = true; break;
       case ',': comma = true; break;
       case ':': colon = true; break;
-      default:
-        stream.unget();
+      default:  // also the end of the input
+        in.unget(c);
         return false;
     }
-    stream.unget();
+    in.unget(c);
     return true;
   }
 }
 
-bool JSONData::parseJsonString(std::istream& stream, std::string& out) {
+template <class Input>
+bool JSONData::readString(Input& in, std::string& out) {
   out.clear();
-  int c = stream.get();
-  if (!stream.good() || c != '"') return false;
+  int c = in.get();
+  if (c != '"') {
+    in.refuse(c);
+    return false;
+  }
   for (;;) {
-    c = stream.get();
-    if (!stream.good()) return false;
+    c = in.get();
+    if (c == kEnd) return false;
     if (c == '"') return true;
     if (c != '\\') {
       out.push_back(static_cast<char>(c));
       continue;
     }
-    const int escaped = stream.get();
-    if (!stream.good()) return false;
+    const int escaped = in.get();
+    if (escaped == kEnd) return false;
     switch (escaped) {
       case 'n': out.push_back('\n'); break;
       case 't': out.push_back('\t'); break;
@@ -398,15 +234,18 @@ bool JSONData::parseJsonString(std::istream& stream, std::string& out) {
       case 'u': {
         int digits[4];
         for (int& digit : digits) {
-          const int hex = stream.get();
-          if (!stream.good()) return false;
+          const int hex = in.get();
           digit = hexDigitValue(hex);
-          if (digit < 0) return false;
+          if (digit < 0) {
+            in.refuse(hex);
+            return false;
+          }
         }
+        // Only the last two digits count: one byte, no UTF-8.
         out.push_back(static_cast<char>(digits[2] * 16 + digits[3]));
         break;
       }
-      default:  // a NUL byte included: kept like any unknown escape
+      default:
         out.push_back('\\');
         out.push_back(static_cast<char>(escaped));
         break;
@@ -414,25 +253,25 @@ bool JSONData::parseJsonString(std::istream& stream, std::string& out) {
   }
 }
 
-bool JSONData::parseJsonNumberIntoSelf(std::istream& stream) {
+template <class Input>
+bool JSONData::readNumber(Input& in) {
   bool negative = false;
-  int c = stream.get();
-  if (stream.good() && c == '-') {
+  int c = in.get();
+  if (c == '-') {
     negative = true;
-    c = stream.get();
+    c = in.get();
   }
-  if (!stream.good()) return false;
   if (!isDigit(c)) {
-    stream.unget();
+    in.unget(c);
     return false;
   }
   uint64_t integer = 0;
-  while (stream.good() && isDigit(c)) {
+  while (isDigit(c)) {
     integer = integer * 10 + static_cast<uint64_t>(c - '0');
-    c = stream.get();
+    c = in.get();
   }
-  if (!stream.good() || c != '.') {
-    if (stream.good()) stream.unget();
+  if (c != '.') {
+    in.unget(c);
     setType(TYPE_LONG);
     _value.integer = asSigned(negative ? 0 - integer : integer);
     return true;
@@ -441,10 +280,9 @@ bool JSONData::parseJsonNumberIntoSelf(std::istream& stream) {
   double value = static_cast<double>(asSigned(integer));
   uint64_t divisor = 10;
   for (;;) {
-    c = stream.get();
-    if (!stream.good()) break;
+    c = in.get();
     if (!isDigit(c)) {
-      stream.unget();
+      in.unget(c);
       break;
     }
     if (c != '0') value = addFraction(value, c - '0', divisor);
@@ -454,25 +292,22 @@ bool JSONData::parseJsonNumberIntoSelf(std::istream& stream) {
   return true;
 }
 
-bool JSONData::setFromStream(std::istream& stream) { return parseValue(stream, 1); }
-
-bool JSONData::parseValue(std::istream& stream, int depth) {
+template <class Input>
+bool JSONData::parseValue(Input& in, int depth) {
   uint16_t type = TYPE_UNSET;
   bool comma, colon, end;
-  if (!fetchNextType(stream, type, comma, colon, end) || comma || colon || end || depth > kMaxParseDepth) {
-    if (!stream.eof()) syntaxError(kStreamName, "syntax error: missing value");
+  if (!nextType(in, type, comma, colon, end) || comma || colon || end || depth > kMaxParseDepth) {
+    if (!in.atEnd()) syntaxError(Input::kName, "syntax error: missing value");
     return false;
   }
   switch (type) {
     case TYPE_NULL:
     case TYPE_BOOLEAN: {
-      const char* keyword = keywordFor(type, stream.peek());
-      const std::streamsize length = static_cast<std::streamsize>(std::strlen(keyword));
-      char read[5];
-      stream.read(read, length);  // the bytes read are gone, matched or not
-      if (stream.gcount() != length || std::memcmp(read, keyword, static_cast<size_t>(length)) != 0) {
-        syntaxError(kStreamName, type == TYPE_NULL ? "syntax error: invalid null value"
-                                                    : "syntax error: invalid boolean value");
+      const char* keyword = keywordFor(type, in.peek());
+      const size_t length = std::strlen(keyword);
+      if (!in.take(keyword, length)) {
+        syntaxError(Input::kName, type == TYPE_NULL ? "syntax error: invalid null value"
+                                                     : "syntax error: invalid boolean value");
         return false;
       }
       setType(type);
@@ -481,92 +316,94 @@ bool JSONData::parseValue(std::istream& stream, int depth) {
     }
     case TYPE_STRING:
       setType(TYPE_STRING);
-      if (!parseJsonString(stream, *_value.string)) {
-        syntaxError(kStreamName, "syntax error: invalid string");
+      if (!readString(in, *_value.string)) {
+        syntaxError(Input::kName, "syntax error: invalid string");
         return false;
       }
       return true;
     case TYPE_LONG:
-      if (!parseJsonNumberIntoSelf(stream)) {
-        syntaxError(kStreamName, "syntax error: invalid number");
+      if (!readNumber(in)) {
+        syntaxError(Input::kName, "syntax error: invalid number");
         return false;
       }
       return true;
     case TYPE_OBJECT:
       setType(TYPE_OBJECT);
-      stream.get();
+      in.get();
       for (;;) {
-        if (!fetchNextType(stream, type, comma, colon, end)) {
-          syntaxError(kStreamName, "syntax error: object not closed");
+        // `type` carries over from the previous token, since a comma stores
+        // none: a stray comma is judged by what came before it.
+        if (!nextType(in, type, comma, colon, end)) {
+          syntaxError(Input::kName, "syntax error: object not closed");
           return false;
         }
         if (end) {
           if (type == TYPE_OBJECT) {
-            stream.get();
+            in.get();
             return true;
           }
-          syntaxError(kStreamName, "syntax error: object not closed");
+          syntaxError(Input::kName, "syntax error: object not closed");
           return false;
         }
         if (type != TYPE_STRING) {
-          syntaxError(kStreamName, "syntax error: object key must be a string");
+          syntaxError(Input::kName, "syntax error: object key must be a string");
           return false;
         }
         entry* member = new entry{std::string(), nullptr};
-        if (!parseJsonString(stream, member->key)) {
+        if (!readString(in, member->key)) {
           delete member;
-          syntaxError(kStreamName, "syntax error: invalid string for object key");
+          syntaxError(Input::kName, "syntax error: invalid string for object key");
           return false;
         }
-        if (!fetchNextType(stream, type, comma, colon, end) || !colon) {
+        if (!nextType(in, type, comma, colon, end) || !colon) {
           delete member;
-          syntaxError(kStreamName, "syntax error: object colon expected");
+          syntaxError(Input::kName, "syntax error: object colon expected");
           return false;
         }
-        stream.get();
+        in.get();
         member->value = new JSONData(1);
-        if (!member->value->parseValue(stream, depth + 1)) {
+        if (!member->value->parseValue(in, depth + 1)) {
           release(member->value);
           delete member;
           return false;
         }
-        if (!fetchNextType(stream, type, comma, colon, end) || !(comma || (end && type == TYPE_OBJECT))) {
+        if (!nextType(in, type, comma, colon, end) || !(comma || (end && type == TYPE_OBJECT))) {
           release(member->value);
           delete member;
-          syntaxError(kStreamName, "syntax error: object comma or end expected");
+          syntaxError(Input::kName, "syntax error: object comma or end expected");
           return false;
         }
-        stream.get();
+        in.get();
         _value.object->push_back(member);
         if (end) return true;
       }
     case TYPE_ARRAY:
       setType(TYPE_ARRAY);
-      stream.get();
+      in.get();
       for (;;) {
-        if (!fetchNextType(stream, type, comma, colon, end)) {
-          syntaxError(kStreamName, "syntax error: array not closed");
+        if (!nextType(in, type, comma, colon, end)) {
+          syntaxError(Input::kName, "syntax error: array not closed");
           return false;
         }
         if (end) {
           if (type == TYPE_ARRAY) {
-            stream.get();
+            in.get();
             return true;
           }
-          syntaxError(kStreamName, "syntax error: array not closed");
+          syntaxError(Input::kName, "syntax error: array not closed");
           return false;
         }
         JSONData* child = new JSONData(1);
-        if (!child->parseValue(stream, depth + 1)) {
+        if (!child->parseValue(in, depth + 1)) {
           release(child);
           return false;
         }
-        if (!fetchNextType(stream, type, comma, colon, end) || !(comma || (end && type == TYPE_ARRAY))) {
+        if (!nextType(in, type, comma, colon, end) || !(comma || (end && type == TYPE_ARRAY))) {
           release(child);
-          syntaxError(kStreamName, "syntax error: array comma or end expected");
+          syntaxError(Input::kName, "syntax error: array comma or end expected");
           return false;
         }
-        stream.get();
+        in.get();
         _value.array->push_back(child);
         if (end) return true;
       }

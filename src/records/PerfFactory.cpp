@@ -40,12 +40,10 @@ void PerfFactory::allocTmpBuffer(int size)
     _tmp = new char[_tmpLen]();  // zeroed, so a short body reads as zeros the first time
 }
 
-static bool plausibleHeader(uint32_t type, uint32_t size)
-{
-    return size <= PerfFactory::kMaxRecordSize && type - 1 <= 15u && size >= PerfFactory::kMinRecordSize;
-}
-
-PerfRecord* PerfFactory::readNext(PerfReader& reader)
+// The header read, or else the first two neighbouring words that look like a
+// type and, in the upper half of the second, a size, scanned in steps of 4
+// bytes from the end of the rejected header. False at the end of the file.
+bool PerfFactory::findHeader(PerfReader& reader, uint32_t& type, uint32_t& size)
 {
     // A short read at the end of the file leaves the rest of the header zero.
     struct {
@@ -54,40 +52,34 @@ PerfRecord* PerfFactory::readNext(PerfReader& reader)
         uint16_t size;
     } header = {0, 0, 0};
     if (reader.read((char*)&header, sizeof header) <= 0)
-        return nullptr;
-
-    uint32_t type = header.type;
-    uint32_t size = header.size;
-    allocTmpBuffer((int)size + 8);
-
-    // Scan for two neighbouring words that look like a type and, in the upper
-    // half of the second, a size. Steps are 4 bytes, from the end of the
-    // rejected header, so a header at any word boundary can be found.
+        return false;
+    type = header.type;
+    size = header.size;
+    allocTmpBuffer((int)size + 8);  // sized by the header read, even a rejected one
     uint32_t scanWord = 0;
     bool scanned = false;
-    while (!plausibleHeader(type, size)) {
+    while (!(size <= kMaxRecordSize && type - 1 <= 15u && size >= kMinRecordSize)) {
         type = scanWord;
         if (reader.read((char*)&scanWord, sizeof scanWord) <= 0)
-            return nullptr;
+            return false;
         size = scanWord >> 16;
         _lostBytes += 4;
         scanned = true;
     }
-    if (scanned && gVerbosity != 0)
-        puts("FIXED");
+    if (scanned)
+        verbose(1, "FIXED\n");
+    return true;
+}
 
-    // A body cut short by the end of the file is dispatched all the same.
-    (void)reader.read(_tmp + 8, (int)size - 8);
-
+PerfRecord* PerfFactory::dispatch(uint32_t type, uint32_t size)
+{
     if (type == (uint32_t)kTypes) {
-        if (gVerbosity != 0)
-            printf("Overflow Type:%x len:%d(%x)\n", type, (int)size, size);
+        verbose(1, "Overflow Type:%x len:%d(%x)\n", type, (int)size, size);
         return nullptr;
     }
     PerfRecordCreateFn fn = perfRecordFunctions[type].fn;
     if (fn == nullptr) {
-        if (gVerbosity != 0)
-            printf("Unknown Type:%x len:%d(%x)\n", type, (int)size, size);
+        verbose(1, "Unknown Type:%x len:%d(%x)\n", type, (int)size, size);
         return nullptr;
     }
     PerfRecord* record = fn(_tmp);
@@ -98,16 +90,18 @@ PerfRecord* PerfFactory::readNext(PerfReader& reader)
     return record;
 }
 
+PerfRecord* PerfFactory::readNext(PerfReader& reader)
+{
+    uint32_t type;
+    uint32_t size;
+    if (!findHeader(reader, type, size))
+        return nullptr;
+    // A body cut short by the end of the file is dispatched all the same.
+    (void)reader.read(_tmp + 8, (int)size - 8);
+    return dispatch(type, size);
+}
+
 void PerfFactory::showStats()
 {
     printf("Lost Bytes: %d\n", _lostBytes);
-}
-
-void dump(const char* buffer, int size)
-{
-    for (int i = 0; i < size; i++) {
-        printf("%02x ", (unsigned char)buffer[i]);
-        if ((i + 1) % 16 == 0)
-            printf("\n");
-    }
 }

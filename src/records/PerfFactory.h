@@ -38,6 +38,9 @@ public:
     // The one record buffer shared by all records; the body lies at offset 8.
     static char* _tmp;
     static int32_t _tmpLen;
+private:
+    static bool findHeader(PerfReader& reader, uint32_t& type, uint32_t& size);
+    static PerfRecord* dispatch(uint32_t type, uint32_t size);
 };
 
 // Registers a record type during static initialisation.
@@ -45,8 +48,5 @@ class PerfAddFactory {
 public:
     PerfAddFactory(int type, const char* name, PerfRecordCreateFn fn);
 };
-
-// Hex dump of a buffer, sixteen bytes a line; a debugging aid.
-void dump(const char* buffer, int size);
 
 #endif

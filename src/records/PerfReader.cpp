@@ -33,8 +33,7 @@ int PerfReader::open(const char* name)
 
 void PerfReader::announceRead(int size)
 {
-    if (gVerbosity > 1)
-        printf("PerfReader:size:%d\n", size);
+    verbose(2, "PerfReader:size:%d\n", size);
     if (size > 2048 || size == 0)
         printf("Large reader size:%d\n", size);
 }

@@ -315,13 +315,11 @@ SymbolTableElement* PerfRecordMMap::_useSymbolAt(unsigned long long address)
 
 unsigned int PerfRecordMMap::getKey(unsigned long long address)
 {
-    if (gVerbosity != 0)
-        printf("getKey %s st:%p %llx:%llx\n", _fileName, (void*)_symbols, address,
+    verbose(1, "getKey %s st:%p %llx:%llx\n", _fileName, (void*)_symbols, address,
                (unsigned long long)_symbolBase);
     if (_symbols == nullptr)
         return key;
-    if (gVerbosity != 0)
-        printf("getKey %llx:%llx\n", address, (unsigned long long)_symbolBase);
+    verbose(1, "getKey %llx:%llx\n", address, (unsigned long long)_symbolBase);
     SymbolTableElement* element = _useSymbolAt(address);
     return element != nullptr ? element->_key : key;
 }

@@ -113,8 +113,8 @@ PerfRecord* PerfRecordSample::createInstance(char* buffer)
 void PerfRecordSample::processSample(const char* record)
 {
     _processRecord = PerfRecordComm::findProcessRecord(pid, tid);
-    if (_processRecord == nullptr && gVerbosity != 0)
-        printf("Missing process p:%d t:%d\n", (int)pid, (int)tid);
+    if (_processRecord == nullptr)
+        verbose(1, "Missing process p:%d t:%d\n", (int)pid, (int)tid);
     processTrace(record);
 }
 
@@ -125,8 +125,8 @@ void PerfRecordSample::processTrace(const char* record)
     unsigned int skip = 0;
     size_t position = kIpsOffset;
     if (gRmFirstInterrupt) {
-        if (fieldAt<uint64_t>(record, position) <= kInterruptFloor && gVerbosity != 0)
-            puts("Not an interrupt");
+        if (fieldAt<uint64_t>(record, position) <= kInterruptFloor)
+            verbose(1, "Not an interrupt\n");
         position += 8;
         skip = 1;
     }
@@ -197,8 +197,7 @@ void PerfRecordSample::verifyKey()
         if (_mapKey != 0)
             return;
     }
-    if (gVerbosity != 0)
-        puts("SAMP: no map key");
+    verbose(1, "SAMP: no map key\n");
     if (map == nullptr)
         map = PerfRecordMMap::findMap(_ip, pid, 0);
     if (map == nullptr)

@@ -22,6 +22,23 @@
 #include "TimechartManager.h"
 #include "TimeBase.h"
 
+// The road of one record through the walk:
+// - PerfFactory::readNext finds a plausible header (type 1 to 16, size 12 to
+//   256), scanning word by word over damage, reads the body into the shared
+//   buffer PerfFactory::_tmp behind 8 unwritten bytes, and dispatches on the
+//   type; 16 and the types without a function are read and dropped.
+// - mmap (1) and comm (3) records become maps and processes, kept for the
+//   whole run; a later comm record of a known process renames it.
+// - A sample (9) whose word at offset 32 is a core number finds its process
+//   and resolves each back-trace address to a map, a synthetic one when none
+//   covers it. Profile mode keeps it for the document; in timechart mode its
+//   memory goes to the next sample.
+// - Any other sample is a trace-point sample: inside the time window, its
+//   event number picks the decoder that the event table registered, which
+//   adds its values to the charts of the TimechartManager.
+// - Nothing is written during the walk. After it, writeDocument settles the
+//   keys and writes the profile one section after another, or finishes the
+//   charts and writes them.
 void walkRecords(PerfReader& reader)
 {
     // A read error (-1) keeps status() true, so the loop tries again.

@@ -1,5 +1,6 @@
 #include "Settings.h"
 
+#include <cstdarg>
 #include <cstdlib>
 
 bool addJSONWhiteSpace = true;
@@ -48,4 +49,14 @@ void readEnvironment()
     const char* arm64 = getenv("ARM64");
     if (arm64 != nullptr && std::string(arm64) == "y")
         is64 = true;
+}
+
+void verbose(uint32_t level, const char* format, ...)
+{
+    if (gVerbosity < level)
+        return;
+    va_list arguments;
+    va_start(arguments, format);
+    vprintf(format, arguments);
+    va_end(arguments);
 }

@@ -40,6 +40,9 @@ extern bool timeOutputOffset;
 // Prints "ERROR: <message>" on standard output and ends the process with `status`.
 [[noreturn]] void errorExit(const char* message, int status);
 
+// printf on standard output when the verbosity is at least `level`.
+void verbose(uint32_t level, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
 // Reads `kern_ver` ("major.minor") and `ARM64` ("y") from the environment.
 void readEnvironment();
 

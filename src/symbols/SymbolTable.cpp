@@ -140,13 +140,11 @@ SymbolTable::SymbolTable(const char* name, unsigned long long address, unsigned 
       _fileName(name != nullptr ? name : "")
 {
     _register();
-    if (gVerbosity > 0)
-        printf("Symtab adding %s\n", _fileName.c_str());
+    verbose(1, "Symtab adding %s\n", _fileName.c_str());
     std::string baseName;
     if (stripPath(_fileName, baseName)) {
         _symbolTables.emplace(baseName, this);
-        if (gVerbosity > 0)
-            printf("Symtab adding %s\n", baseName.c_str());
+        verbose(1, "Symtab adding %s\n", baseName.c_str());
     }
 }
 
@@ -453,8 +451,7 @@ int SymbolTable::checkFile(std::string& directory, std::string& file, std::strin
     flags |= O_LARGEFILE;
 #endif
     int fd = open(result.c_str(), flags);
-    if (gVerbosity > 0)
-        printf("checkFile %s=%d:%d\n", result.c_str(), fd, errno);
+    verbose(1, "checkFile %s=%d:%d\n", result.c_str(), fd, errno);
     if (fd < 0)
         return 0;
     close(fd);
@@ -478,24 +475,20 @@ SymbolTable* SymbolTable::findAndRead(const char* name)
 {
     if (name == nullptr)
         return nullptr;
-    if (gVerbosity > 0)
-        printf("SymTab:findAndRead %s\n", name);
+    verbose(1, "SymTab:findAndRead %s\n", name);
     std::string fullName(name);
     SymbolTable* table = findExistingSymbolTable(fullName);
     if (table != nullptr) {
-        if (gVerbosity > 0)
-            printf("SymTab path found %s\n", name);
+        verbose(1, "SymTab path found %s\n", name);
         return table;
     }
     // The same library mapped from another directory shares the table.
     std::string baseName;
     stripPath(fullName, baseName);
-    if (gVerbosity > 0)
-        printf("SymTab:findAndRead %s\n", baseName.c_str());
+    verbose(1, "SymTab:findAndRead %s\n", baseName.c_str());
     table = findExistingSymbolTable(baseName);
     if (table != nullptr) {
-        if (gVerbosity > 0)
-            printf("SymTab file found %s\n", baseName.c_str());
+        verbose(1, "SymTab file found %s\n", baseName.c_str());
         return table;
     }
 
@@ -507,8 +500,7 @@ SymbolTable* SymbolTable::findAndRead(const char* name)
     // A place without a usable list, such as a stripped library, sends the
     // search on to the later places, such as a symbol directory.
     for (;;) {
-        if (gVerbosity > 0)
-            printf("SymbolTable:findAndRead %s\n", path.c_str());
+        verbose(1, "SymbolTable:findAndRead %s\n", path.c_str());
         // Whether the search goes on depends on the listing, so it is waited
         // for unless no later place could hold the file.
         const bool mayWait = NmRunner::instance().inBackground() && !_laterPlaceMayHold(fullName, index + 1);
@@ -531,8 +523,7 @@ SymbolTable* SymbolTable::generateAndRead(const char* path)
 
 SymbolTable* SymbolTable::_generate(const char* path, bool mayWait)
 {
-    if (gVerbosity > 0)
-        printf("SymbolTable:generateAndRead %s\n", path);
+    verbose(1, "SymbolTable:generateAndRead %s\n", path);
     writeMarker(path);
     const size_t job = NmRunner::instance().submit(path);
     SymbolTable* table = new SymbolTable(path, 0, 0);
@@ -673,8 +664,7 @@ int SymbolTable::_readSorted(ListingText& input, bool kernel)
 void SymbolTable::_readUnsorted(ListingText& input, char* buffer, int bufferSize, uint64_t pendingAddress,
                                 const std::string& pendingName)
 {
-    if (gVerbosity > 0)
-        puts("Unsorted entries in SymbolTable");
+    verbose(1, "Unsorted entries in SymbolTable\n");
     std::map<uint64_t, std::string> names;
     names[pendingAddress] = pendingName;
     unsigned long long address = 0;
@@ -692,8 +682,7 @@ void SymbolTable::_readUnsorted(ListingText& input, char* buffer, int bufferSize
     const std::string* previousName = nullptr;
     uint64_t previousAddress = 0;
     for (const auto& [address, name] : names) {
-        if (gVerbosity > 0)
-            printf("%llx => %s\n", (unsigned long long)address, name.c_str());
+        verbose(1, "%llx => %s\n", (unsigned long long)address, name.c_str());
         if (previousName != nullptr)
             addElement(previousAddress, address - previousAddress, previousName->c_str(), nullptr, 0);
         previousAddress = address;

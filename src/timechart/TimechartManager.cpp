@@ -461,8 +461,7 @@ void TimechartManager::_nameCounters()
             if (names[k] != code)
                 continue;
             names[k] = item["name"].stringValue(loomstat::JSOM::EMPTY_STRING);
-            if (gVerbosity != 0)
-                printf("l%d[%u] %s => %s\n", group == 4 ? 1 : 2, k, code.c_str(), names[k].c_str());
+            verbose(1, "l%d[%u] %s => %s\n", group == 4 ? 1 : 2, k, code.c_str(), names[k].c_str());
         }
     }
 }
