@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "../events/TracePayloads.h"
+#include "TracePayloads.h"
 #include "ConverterRun.h"
 #include "PerfDataBuilder.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "../events/TracePayloads.h"
+#include "TracePayloads.h"
 #include "ConverterRun.h"
 #include "JSONData.h"
 #include "PerfDataBuilder.h"

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "../events/TracePayloads.h"
+#include "TracePayloads.h"
 #include "ConverterRun.h"
 #include "PerfDataBuilder.h"
 
