@@ -77,15 +77,6 @@ TEST(DriverEndToEnd, EmptyInputLeavesAnEmptyOutputFile)
     EXPECT_EQ(r.output, "");
 }
 
-TEST(DriverEndToEnd, TimechartModeOpensAndClosesTheOutput)
-{
-    ConverterRun run;
-    run.input(B());
-    RunResult r = run.run({"-t"});
-    EXPECT_EQ(r.status, 0);
-    EXPECT_TRUE(r.outputExists);
-}
-
 TEST(DriverEndToEnd, VerboseRunEndsWithTheStatistics)
 {
     ConverterRun run;

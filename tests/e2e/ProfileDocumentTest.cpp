@@ -157,12 +157,13 @@ TEST(ProfileDocument, MapSearchMissesAnotherThreadsMap)
 // Symbols from the kernel list and from the machine's nm over an object the
 // test assembles, found through the search path. Kernel list: stext keeps
 // its line end (the first line's), other_fn is its own successor (size 0).
-// Object: alpha 0x0-0x10, beta 0x10-0x40, delta(int, int) 0x40-0x50, wfn 0x50.
+// Object: alpha 0x0-0x10, beta 0x10-0x40 (nm -g leaves out local_fn, and
+// the data symbol is no function), delta(int, int) 0x40-0x50, weak wfn 0x50.
 TEST(ProfileDocument, SymbolsFromTheKernelListAndNm)
 {
     ConverterRun run;
-    run.file("k.s", ".text\n.globl alpha\nalpha: .skip 16\n.globl beta\nbeta: .skip 48\n"
-                    ".globl _Z5deltaii\n_Z5deltaii: .skip 16\n.globl wfn\nwfn: .skip 8\n");
+    run.file("k.s", ".text\n.globl alpha\nalpha: .skip 16\n.globl beta\nbeta: .skip 32\nlocal_fn: .skip 16\n"
+                    ".globl _Z5deltaii\n_Z5deltaii: .skip 16\n.weak wfn\nwfn: .skip 8\n.data\n.globl dvar\ndvar: .long 1\n");
     std::filesystem::create_directories(run.path("sym/system/lib"));
     std::string assemble = "as '" + run.path("k.s") + "' -o '" + run.path("sym/system/lib/libk.so") + "' 2>/dev/null";
     if (system(assemble.c_str()) != 0 || system("nm --version >/dev/null 2>&1") != 0)
