@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "PerfDataBuilder.h"
+#include "TracePayloads.h"
 
 using B = PerfDataBuilder;
 
@@ -42,8 +43,7 @@ int main(int argc, char** argv)
         }
         // A switch to a task, or now and then to the idle task.
         const uint32_t to = next() % 10 == 0 ? 0 : pid;
-        const std::string payload = B::fixed("prev", 16) + B::u32(current[cpu]) + B::u32(120) +
-                                    B::u64(next() % 3) + B::fixed("next", 16) + B::u32(to) + B::u32(120);
+        const std::string payload = payload::schedSwitch64((int32_t)current[cpu], next() % 3, (int32_t)to);
         b.tracepoint(0, current[cpu], current[cpu], time, cpu, B::rawArea(kSwitch, payload, true));
         current[cpu] = to;
     }

@@ -16,7 +16,7 @@ loops=${2:-1000}
 here=$(cd "$(dirname "$0")" && pwd)
 source "$here/bench-lib.sh"
 enter_work_dir
-source "$here/../tests/tools/trace-events.sh"
+source "$here/../tools/trace-events.sh"
 # A large buffer, so that perf keeps up with the bursts of switches.
 record_or_skip "trace-points (permission, tracefs or events missing)" \
   perf record -q -m 2048 -a "${trace_events[@]}" -o perf.data -- perf bench sched messaging -l "$loops"

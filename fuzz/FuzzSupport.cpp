@@ -6,23 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <vector>
 
-#include "CPUChart.h"
-#include "FileNames.h"
-#include "GPUChart.h"
-#include "IRQChart.h"
-#include "PerfFactory.h"
-#include "PerfRecordComm.h"
-#include "PerfRecordMMap.h"
-#include "PerfRecordSample.h"
-#include "PerfRecordSampleEvent.h"
-#include "ProcessChart.h"
-#include "Settings.h"
-#include "SymbolTable.h"
-#include "SymbolTableElement.h"
 #include "SystemFiles.h"
-#include "TimechartManager.h"
 
 namespace {
 
@@ -36,39 +21,12 @@ const char* const kKernelSymbols =
     "c0100000 T __irq_svc\n"
     "c0200000 T etext\n";
 
-struct Defaults {
-    bool timechartMode = gTimechartMode;
-    bool done = gDoneProcessing;
-    bool is64bit = is64;
-    int32_t kernelVersion = kern_ver;
-    bool rmFirstInterrupt = gRmFirstInterrupt;
-    uint64_t kernelStart = gKernelStart;
-    uint64_t kernelEnd = gKernelEnd;
-    uint32_t verbosity = gVerbosity;
-    std::string symbolPath = symPath;
-};
-
-// Taken before the first input changes anything.
-Defaults& defaults()
-{
-    static Defaults* saved = new Defaults();
-    return *saved;
-}
-
 void makeDirectory(const std::string& path)
 {
     if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) {
         perror(path.c_str());
         abort();
     }
-}
-
-template <typename Map>
-void deleteValues(Map& map)
-{
-    for (auto& entry : map)
-        delete entry.second;
-    map.clear();
 }
 
 }  // namespace
@@ -78,7 +36,7 @@ const std::string& fuzzSandbox()
     static std::string* root = nullptr;
     if (root != nullptr)
         return *root;
-    (void)defaults();
+    resetConverter();  // takes the defaults before any input changes them
     char pattern[] = "/tmp/zelconv-fuzz-XXXXXX";
     if (mkdtemp(pattern) == nullptr) {
         perror("mkdtemp");
@@ -112,79 +70,4 @@ void writeWholeFile(const std::string& path, const std::string& contents)
         perror(path.c_str());
         abort();
     }
-}
-
-void resetConverter()
-{
-    // Samples and decoders point at processes, maps and symbols: they go first.
-    PerfRecordSample::releaseAll();
-    PerfRecordSample::samplesMissingMaps.clear();
-    PerfRecordSample::samplesMissingProcess.clear();
-    PerfRecordSample::_runningIndex = 0;
-    PerfRecordSample::_firstSampleTime = 0.0;
-    PerfRecordSample::_lastSampleTime = 0;
-
-    PerfRecordMMap::releaseAll();
-
-    // The two standing processes are static objects: they stay, under their
-    // first names, as the only entries of the tables.
-    for (PerfRecordComm* process : PerfRecordComm::_elements)
-        if (process != &PerfRecordComm::_kernelArea && process != &PerfRecordComm::_lostAndFound)
-            delete process;
-    PerfRecordComm::_elements.clear();
-    PerfRecordComm::_mapOfPid.clear();
-    PerfRecordComm::_mapOfTid.clear();
-    PerfRecordComm::_mapOfPidTids.clear();
-    for (PerfRecordComm* process : {&PerfRecordComm::_kernelArea, &PerfRecordComm::_lostAndFound}) {
-        PerfRecordComm::_elements.push_back(process);
-        PerfRecordComm::_mapOfPid.emplace(process->pid, process);
-        PerfRecordComm::_mapOfTid.emplace(process->tid, process);
-        PerfRecordComm::_mapOfPidTids.emplace(((uint64_t)process->pid << 32) | process->tid, process);
-    }
-    PerfRecordComm::_kernelArea.setName("kernel");
-    PerfRecordComm::_lostAndFound.setName("lostAndFound");
-    PerfRecordComm::_runningPidKey = 2;
-    PerfRecordComm::_initDone = false;
-
-    // A table's destructor takes it out of every static table and index.
-    std::vector<SymbolTable*> tables = SymbolTable::_allSymbolTables;
-    for (SymbolTable* table : tables)
-        delete table;
-    SymbolTable::_allSymbolTables.clear();
-    SymbolTable::_paths.clear();
-    SymbolTableElement::_runningIndex = 0;
-
-    deleteValues(FileNames::_fileTable);
-    delete FileNames::_emptyRef;
-    FileNames::_emptyRef = nullptr;
-    FileNames::_runningKey = 0;
-
-    TimechartManager* manager = TimechartManager::Instance();
-    deleteValues(manager->_processCharts);
-    deleteValues(manager->_cpuCharts);
-    deleteValues(manager->_gpuCharts);
-    deleteValues(manager->_irqCharts);
-    delete manager;
-    TimechartManager::discardInstance();
-
-    delete PerfRecordSampleEvent::_functions;
-    PerfRecordSampleEvent::_functions = nullptr;
-    PerfRecordSampleEvent::initVectors();
-
-    // A fresh process starts with no record buffer; a short body must not see the last input's bytes.
-    delete[] PerfFactory::_tmp;
-    PerfFactory::_tmp = nullptr;
-    PerfFactory::_tmpLen = 0;
-    PerfFactory::_lostBytes = 0;
-
-    const Defaults& d = defaults();
-    gTimechartMode = d.timechartMode;
-    gDoneProcessing = d.done;
-    is64 = d.is64bit;
-    kern_ver = d.kernelVersion;
-    gRmFirstInterrupt = d.rmFirstInterrupt;
-    gKernelStart = d.kernelStart;
-    gKernelEnd = d.kernelEnd;
-    gVerbosity = d.verbosity;
-    symPath = d.symbolPath;
 }

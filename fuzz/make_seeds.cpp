@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "PerfDataBuilder.h"
-#include "../tests/events/TracePayloads.h"
+#include "TracePayloads.h"
 
 using B = PerfDataBuilder;
 
@@ -105,9 +105,7 @@ void eventTable(B& b)
 // the payload's other fields inside the raw area.
 std::string named(uint16_t type, const std::string& fields, const std::string& text, bool k310)
 {
-    const size_t header = k310 ? 8 : 12;
-    const uint16_t offset = (uint16_t)(header + 4 + fields.size());
-    return B::rawArea(type, B::u32(offset | ((uint32_t)(text.size() + 1) << 16)) + fields + text + '\0', k310);
+    return B::rawArea(type, payload::withText(B::u32(0) + fields, 0, text, k310), k310);
 }
 
 // Scheduler, task, power, interrupt and GPU trace-points of two CPUs.

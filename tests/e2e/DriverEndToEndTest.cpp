@@ -13,35 +13,7 @@ TEST(DriverEndToEnd, HelpPrintsEveryRowAndTouchesNoFile)
     RunResult r = run.run({"-h", "-x"});
     EXPECT_EQ(r.status, 0);
     EXPECT_FALSE(r.outputExists);
-    EXPECT_EQ(r.out,
-              "Usage:  zelconv <options>\n"
-              "   w - add white space to the JSON output (D)\n"
-              "   l - add labels to the JSON output\n"
-              "   W - remove white space from JSON output\n"
-              "   L - remove labels from the JSON outout (D)\n"
-              "   I - remove first interrupt in backtrace \n"
-              "   i - parse input file name (perf.data)\n"
-              "   o - output file name (perf.json)\n"
-              "   p - add to the path to search for syms (/proc/1/root)\n"
-              "   z - use a zero time base offset\n"
-              "   e - use Unix Epoch time as base offset (D)\n"
-              "   q - use Unix Epoch time as base offset (D)\n"
-              "   r - use the raw time, no offset\n"
-              "   R - remove cr/lf to make less readable\n"
-              "   b - provide a base time in float format\n"
-              "   s - first timestamp to process (gettimeofday format)\n"
-              "   f - last timestamp to process (gettimeofday format)\n"
-              "   d - bypass destructors\n"
-              "   D - don't bypass destructors (D)\n"
-              "   v - verbosity level\n"
-              "   m - put ZelView debug markers in code\n"
-              "   h - print this help menu\n"
-              "   t - process a timechart perf dump\n"
-              "   c - y = cx + g, loomstat timestamp scaler\n"
-              "   g - y = cx + g, loomstat timestamp offset\n"
-              "   S - Server name for opengrok default:localhost:8080\n"
-              "   P - Server protocol for opengrok default:http\n"
-              "   P - File only lookup for opengrok default:false\n");
+    EXPECT_EQ(r.out, golden("help.txt"));
 }
 
 TEST(DriverEndToEnd, BadOptionOrMissingArgumentEndsWith255)
@@ -75,15 +47,6 @@ TEST(DriverEndToEnd, EmptyInputLeavesAnEmptyOutputFile)
     EXPECT_EQ(r.out, "ERROR: Invalid In File\n");
     EXPECT_TRUE(r.outputExists);
     EXPECT_EQ(r.output, "");
-}
-
-TEST(DriverEndToEnd, TimechartModeOpensAndClosesTheOutput)
-{
-    ConverterRun run;
-    run.input(B());
-    RunResult r = run.run({"-t"});
-    EXPECT_EQ(r.status, 0);
-    EXPECT_TRUE(r.outputExists);
 }
 
 TEST(DriverEndToEnd, VerboseRunEndsWithTheStatistics)

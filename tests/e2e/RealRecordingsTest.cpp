@@ -37,9 +37,12 @@ void withSilentNm(ConverterRun& run)
 
 TEST(RealRecordings, ConvertInProfileModeWithAgreeingKeys)
 {
+    std::string skipped;  // each recording is checked where it is present
     for (const char* name : {"perf.data.callgraph-3.4", "perf.data.armv7-3.4", "perf.data.raw-3.4"}) {
-        if (!fs::exists(realFile(name)))
-            GTEST_SKIP() << "real recordings not found in " << ZELCONV_REAL_DIR;
+        if (!fs::exists(realFile(name))) {
+            skipped += std::string(" ") + name;
+            continue;
+        }
         ConverterRun run;
         withSilentNm(run);
         RunResult r = run.run({"-i", realFile(name), "-b", "1000000"});
@@ -48,6 +51,8 @@ TEST(RealRecordings, ConvertInProfileModeWithAgreeingKeys)
         std::vector<std::string> problems = profileKeyProblems(r.output);
         EXPECT_TRUE(problems.empty()) << name << ": " << problems.size() << " problems, first: " << problems[0];
     }
+    if (!skipped.empty())
+        GTEST_SKIP() << "not found in " << ZELCONV_REAL_DIR << ":" << skipped;
 }
 
 TEST(RealRecordings, CallgraphSamplesMatchPerfScript)
@@ -63,43 +68,27 @@ TEST(RealRecordings, CallgraphSamplesMatchPerfScript)
     withSilentNm(run);
     RunResult r = run.run({"-i", file, "-b", "1000000"});
     ASSERT_EQ(r.status, 0);
-    std::vector<RowValue> rows = profileRows(r.output, "samples");
-
-    // The document keeps samples in file order; look them up by time and ip.
-    std::multimap<std::pair<uint64_t, uint64_t>, const RowValue*> byTimeAndIp;
-    for (const RowValue& row : rows) {
-        uint64_t nanoseconds = (uint64_t)(row.items.at(3).real() * 1e9 + 0.5);
-        byTimeAndIp.emplace(std::make_pair(nanoseconds / 1000, row.items.at(1).number()), &row);
-    }
-    size_t compared = 0;
-    for (const PerfDumpSample& sample : reference) {
-        if (sample.size > 256)
-            continue;  // longer records are taken for damage and skipped
-        auto found = byTimeAndIp.find({sample.time / 1000, sample.ip});
-        ASSERT_NE(found, byTimeAndIp.end()) << "sample at " << sample.time << " ip " << std::hex << sample.ip;
-        const RowValue& row = *found->second;
-        EXPECT_EQ(row.items.at(4).number(), sample.cpu);
-        EXPECT_EQ(row.items.at(6).number(), sample.tid);
-        std::vector<uint64_t> trace;
-        for (const RowValue& entry : row.items.at(7).items)
-            trace.push_back(entry.items.at(0).number());
-        EXPECT_EQ(trace, keptChain(sample.chain)) << "sample at " << sample.time;
-        compared++;
-    }
-    EXPECT_GT(compared, 1000u);
+    std::vector<PerfDumpSample> kept;
+    for (const PerfDumpSample& sample : reference)
+        if (sample.size <= 256)  // longer records are taken for damage and skipped
+            kept.push_back(sample);
+    ASSERT_GT(kept.size(), 1000u);
+    const std::vector<std::string> missing = samplesMissing(r.output, kept);
+    EXPECT_TRUE(missing.empty()) << missing.size() << " samples missing, first at " << missing.front();
 }
 
 // Imported, each recording converts with every sample that perf reads in it,
 // those of records beyond 256 bytes and of other event layouts too.
 TEST(RealRecordings, ImportedSamplesMatchPerfScript)
 {
+    std::string skipped;  // each recording is checked where it is present and perf reads it
     for (const char* name : {"perf.data.callgraph-3.4", "perf.data.armv7-3.4", "perf.data.raw-3.4"}) {
         const std::string file = realFile(name);
-        if (!fs::exists(file))
-            GTEST_SKIP() << "real recordings not found in " << ZELCONV_REAL_DIR;
-        const std::vector<PerfDumpSample> reference = perfDump(file);
-        if (reference.empty())
-            GTEST_SKIP() << "perf script is not available to read " << file;
+        const std::vector<PerfDumpSample> reference = fs::exists(file) ? perfDump(file) : std::vector<PerfDumpSample>();
+        if (reference.empty()) {
+            skipped += std::string(" ") + name;
+            continue;
+        }
         ConverterRun run;
         withSilentNm(run);
         RunResult imported = run.runImporter({file, "perf.data"}, "perf.data");
@@ -111,6 +100,8 @@ TEST(RealRecordings, ImportedSamplesMatchPerfScript)
         EXPECT_TRUE(missing.empty()) << name << ": " << missing.size() << " samples missing, first at "
                                      << missing.front();
     }
+    if (!skipped.empty())
+        GTEST_SKIP() << "not found in " << ZELCONV_REAL_DIR << " or not read by perf script:" << skipped;
 }
 
 // A mixed recording with processes, threads, libraries and kernel addresses:

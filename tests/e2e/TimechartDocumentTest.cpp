@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "../events/TracePayloads.h"
+#include "TracePayloads.h"
 #include "ConverterRun.h"
 #include "JSONData.h"
 #include "PerfDataBuilder.h"
@@ -54,43 +54,6 @@ std::set<std::string> entryIds(const std::string& text)
     return ids;
 }
 
-const char* const kCpuHints[] = {"#000000\",\"black\":\"#ffffff", "#4b0082\",\"black\":\"#caa1e0",
-                                 "#006400\",\"black\":\"#badcba", "#232381\",\"black\":\"#a3a3e6"};
-
-// Entries as the writer puts them, each after its "\n,"; document() drops the first comma.
-std::string busy(int cpu, const std::string& data)
-{
-    const std::string c = std::to_string(cpu);
-    return "\n,{\"id\":\"cpu-" + c + "-b\",\"name\":\"CPU " + c + " Busy\",\"treeId\":\"b_" + c +
-           "_cpu_root\",\"type\":\"binary\",\"class\":\"cpu:busy\",\"show\":1,\"hints\":{\"white\":\"" + kCpuHints[cpu] +
-           "\"},\"data\":[" + data + "]}";
-}
-
-// The rows of a process shown 0: `who` is its "pid - name".
-std::string running(const std::string& pid, const std::string& who, const std::string& tree, int cpu,
-                    const std::string& data)
-{
-    const std::string c = std::to_string(cpu);
-    return "\n,{\"id\":\"proc-" + pid + "-r" + c + "\",\"name\":\"" + who + "\",\"treeId\":\"" + tree +
-           "\",\"type\":\"binary\",\"class\":\"proc:running\",\"show\":0,\"tip\":\"Running on CPU " + c +
-           "\",\"hints\":{\"white\":\"" + kCpuHints[cpu] + "\"},\"data\":[" + data + "]}";
-}
-
-std::string waiting(const std::string& pid, const std::string& who, const std::string& tree, bool io,
-                 const std::string& data)
-{
-    return "\n,{\"id\":\"proc-" + pid + (io ? "-d" : "-w") + "\",\"name\":\"" + who + "\",\"treeId\":\"" + tree +
-           "\",\"type\":\"binary\",\"class\":\"proc:wait\",\"tip\":\"Waiting for " +
-           (io ? "I/O\",\"show\":0,\"hints\":{\"white\":\"#b0e0e6\",\"black\":\"#b0e0e6\"}"
-               : "CPU\",\"show\":0,\"hints\":{\"white\":\"#f0c44c\",\"black\":\"#f0e68c\"}") +
-           ",\"data\":[" + data + "]}";
-}
-
-std::string document(const std::string& entries)
-{
-    return "\n{\"entries\":[\n" + entries.substr(2) + ",]}\n";
-}
-
 // Six decoders on three CPUs: a new thread is woken, runs on CPU 1, sleeps
 // uninterruptibly, is woken and runs on CPU 0 with counters, and its parent
 // then migrates from CPU 0 to CPU 2 before CPU 0's own switch is in the file.
@@ -120,34 +83,10 @@ TEST(TimechartDocument, SchedulerStoryBecomesItsEntries)
     RunResult r = run.run({"-t", "-r"});
     ASSERT_EQ(r.status, 0) << r.out << r.err;
 
-    const char* const codes[] = {"11", "4a", "4b", "4c", "4d"};
-    auto counter = [&codes](int i, const char* points) {
-        return "\n,{\"id\":\"proc-11-ctr" + std::to_string(i) + "\",\"name\":\"11 - worker\",\"tip\":\"" + codes[i] +
-               "\",\"treeId\":\"" + std::to_string(i) + "_11_10_proc_root\",\"type\":\"bar\",\"class\":\"ctr:\","
-               "\"show\":0,\"hints\":{\"white\":\"#232381\",\"black\":\"#a3a3e6\"},\"data\":[" + points + "]}";
-    };
-    const std::string shell = "10 - shell", worker = "11 - worker", tree = "11_10_proc_root";
-    EXPECT_EQ(r.output,
-              document(busy(0, "[1.600000,1],[2.000000,0]") + busy(1, "[1.200000,1],[1.400000,0]") +
-                       busy(2, "[2.000000,1]") +
-                       // The idle task, named after the kernel's process entry.
-                       running("0", "0 - kernel", "0_proc_root", 1, "[1.400000, 1]") +
-                       // The parent: its counter series hold only zeros and write nothing.
-                       running("10", shell, "10_proc_root", 0, "[1.800000, 1],[2.000000, 0]") +
-                       running("10", shell, "10_proc_root", 2, "[2.000000, 1]") +
-                       // The thread, renamed, with its creator as parent.
-                       running("11", worker, tree, 0, "[1.600000, 1],[1.800000, 0]") +
-                       running("11", worker, tree, 1, "[1.200000, 1],[1.400000, 0]") +
-                       waiting("11", worker, tree, true, "[1.400000,1],[1.500000,0]") +
-                       waiting("11", worker, tree, false, "[1.100000,1],[1.200000,0],[1.500000,1],[1.600000,0]") +
-                       counter(0, "[1.600000,700],[1.800000,0]") + counter(1, "[1.600000,1],[1.800000,0]") +
-                       counter(2, "[1.600000,2],[1.800000,0]") + counter(3, "[1.600000,3],[1.800000,0]") +
-                       counter(4, "[1.600000,4],[1.800000,0]")));
-
-    // Every task that switched in has a running entry on each CPU it ran on.
-    const std::set<std::string> ids = entryIds(r.output);
-    for (const char* id : {"proc-0-r1", "proc-11-r1", "proc-11-r0", "proc-10-r0", "proc-10-r2"})
-        EXPECT_EQ(ids.count(id), 1u) << id;
+    // The idle task is named after the kernel's process entry; the parent's
+    // counter series hold only zeros and write nothing; the thread is renamed
+    // and has its creator as parent.
+    EXPECT_EQ(r.output, golden("timechart-scheduler-story.json"));
 }
 
 // Before 3.10 the common header has an extra word; with ARM64=y the switch
@@ -165,10 +104,7 @@ TEST(TimechartDocument, OldKernelWithSixtyFourBitLayouts)
                   .tracepoint(0, 20, 20, at(7), 3, B::rawArea(kSwitch, payload::schedSwitch64(20, 130, 21), true)));
     RunResult r = run.run({"-t"});
     ASSERT_EQ(r.status, 0) << r.out << r.err;
-    EXPECT_EQ(r.output, document(busy(3, "[1000000.700000,1]") +
-                                 waiting("20", "20 - ", "20_proc_root", true, "[1000000.700000,1]") +
-                                 running("21", "21 - t", "21_20_proc_root", 3, "[1000000.700000, 1]") +
-                                 waiting("21", "21 - t", "21_20_proc_root", false, "[1000000.600000,1],[1000000.700000,0]")));
+    EXPECT_EQ(r.output, golden("timechart-old-kernel-64-bit-layouts.json"));
 }
 
 // Without trace-points the timechart has no entries; profile mode decodes

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "../events/TracePayloads.h"
+#include "TracePayloads.h"
 #include "ConverterRun.h"
 #include "PerfDataBuilder.h"
 
@@ -19,7 +19,10 @@ enum : uint16_t {
 // counter configuration through the environment, on the layout of kernels
 // before 3.10 (false) and from 3.10 on (true): the document is the same. Times
 // are in tenths of a second; -q keeps them (and gives the markers their own)
-// as seconds.
+// as seconds. CPU 0 stays busy through the interrupt, whose entry saved its 1;
+// GPU power states 0, 2 and 4 only ever get zeros and write no entry; the idle
+// task is switched in at 2.8 and writes the marker whose line has no ">-"; the
+// cycle counter keeps its code, and the unused level-one counter 4 is left out.
 class TimechartFullDocument : public testing::TestWithParam<bool> {};
 
 TEST_P(TimechartFullDocument, EveryKindOfEntryInItsOrder)
@@ -87,88 +90,7 @@ TEST_P(TimechartFullDocument, EveryKindOfEntryInItsOrder)
     ASSERT_EQ(r.status, 0) << r.out << r.err;
     EXPECT_EQ(r.err, "");
 
-    const std::string black = "\"hints\":{\"white\":\"#000000\",\"black\":\"#ffffff\"}";
-    const std::string indigo = "\"hints\":{\"white\":\"#4b0082\",\"black\":\"#caa1e0\"}";
-    const std::string app = "\"name\":\"100 - app\",\"treeId\":\"100_proc_root\",";
-    auto gpuEntry = [](const std::string& id, const std::string& name, const std::string& rest) {
-        return "\n,{\"id\":\"gpu-3-0-" + id + "\",\"name\":\"GPU-3D0 " + name + "\",\"treeId\":\"" + rest;
-    };
-    auto counter = [](int i, const char* tip, int value) {
-        return "\n,{\"id\":\"proc-100-ctr" + std::to_string(i) + "\",\"name\":\"100 - app\",\"tip\":\"" + tip +
-               "\",\"treeId\":\"" + std::to_string(i) +
-               "_100_proc_root\",\"type\":\"bar\",\"class\":\"ctr:\",\"show\":1,"
-               "\"hints\":{\"white\":\"#232381\",\"black\":\"#a3a3e6\"},\"data\":[[1.000000," +
-               std::to_string(value) + "],[2.800000,0]]}";
-    };
-    const std::string expected =
-        "\n{\"entries\":["
-        // CPU 0 stays busy through the interrupt, whose entry saved its 1.
-        "\n{\"id\":\"cpu-0-b\",\"name\":\"CPU 0 Busy\",\"treeId\":\"b_0_cpu_root\",\"type\":\"binary\","
-        "\"class\":\"cpu:busy\",\"show\":1," + black + ",\"data\":[[1.000000,1],[2.800000,0]]}"
-        "\n,{\"id\":\"cpu-0-f\",\"name\":\"CPU 0 Frequency\",\"treeId\":\"f_0_cpu_root\",\"type\":\"bar\","
-        "\"class\":\"cpu:freq\",\"show\":1,\"tip\":\"MHz\"," + black + ",\"data\":[[1.100000,1512]]}"
-        "\n,{\"id\":\"cpu-1-b\",\"name\":\"CPU 1 Busy\",\"treeId\":\"b_1_cpu_root\",\"type\":\"binary\","
-        "\"class\":\"cpu:busy\",\"show\":1," + indigo + ",\"data\":[[1.700000,1],[1.800000,0]]}"
-        "\n,{\"id\":\"cpu-1-s-0\",\"name\":\"CPU 1 Idle State\",\"treeId\":\"s_1_cpu_root\",\"type\":\"binary\","
-        "\"class\":\"cpu:idle\",\"show\":1,\"tip\":\"Wait For Interrupt\","
-        "\"hints\":{\"white\":\"#ffffdc\",\"black\":\"#555555\"},\"data\":[[1.200000,1]]}"
-        "\n,{\"id\":\"cpu-1-s-2\",\"name\":\"CPU 1 Idle State\",\"treeId\":\"s_1_cpu_root\",\"type\":\"binary\","
-        "\"class\":\"cpu:idle\",\"show\":1,\"tip\":\"Standalone Power Collapse\","
-        "\"hints\":{\"white\":\"#cd5c5c\",\"black\":\"#cd5c5c\"},\"data\":[[1.400000,1]]}" +
-        // Power states 0, 2 and 4 only ever got zeros.
-        gpuEntry("p1", "Power State", "power_GPU-3D0_kgsl_root\",\"type\":\"binary\",\"class\":\"gpu:power\","
-                 "\"show\":1,\"tip\":\"ON\",\"hints\":{\"white\":\"#ffffdc\",\"black\":\"#555555\"},"
-                 "\"data\":[[2.100000,1],[2.200000,0]]}") +
-        gpuEntry("p3", "Power State", "power_GPU-3D0_kgsl_root\",\"type\":\"binary\",\"class\":\"gpu:power\","
-                 "\"show\":1,\"tip\":\"ON | CLK | AXI\",\"hints\":{\"white\":\"#cd5c5c\",\"black\":\"#cd5c5c\"},"
-                 "\"data\":[[2.200000,1]]}") +
-        gpuEntry("f", "Frequency", "freq_GPU-3D0_kgsl_root\",\"type\":\"bar\",\"class\":\"gpu:freq\",\"show\":1,"
-                 "\"tip\":\"MHz\",\"hints\":{\"white\":\"#8fbc8f\",\"black\":\"#8fbc8f\"},"
-                 "\"data\":[[2.300000,400]]}") +
-        gpuEntry("q0", "IRQ", "irq_GPU-3D0_kgsl_root\",\"type\":\"marker\",\"class\":\"gpu:irq\",\"show\":1,"
-                 "\"tip\":\"IB1 Complete\",\"hints\":{\"white\":\"#bfbf34\",\"black\":\"#e6e6a3\"},"
-                 "\"data\":[[2.400000,1]]}") +
-        gpuEntry("i1", "Issue", "issue_GPU-3D0_kgsl_root\",\"type\":\"marker\",\"class\":\"gpu:issue\",\"show\":1,"
-                 "\"tip\":\"GL\",\"hints\":{\"white\":\"#00ff00\",\"black\":\"#00ff00\"},\"data\":[[2.500000,2]]}") +
-        "\n,{\"id\":\"irq-33-0\",\"name\":\"mmc0\",\"treeId\":\"33_irq_root\",\"type\":\"binary\",\"class\":\"irq\","
-        "\"show\":0,\"tip\":\"Running on CPU 0\"," + black + ",\"data\":[[1.500000,1],[1.600000,0]]}"
-        "\n,{\"id\":\"irq-33-1\",\"name\":\"mmc0\",\"treeId\":\"33_irq_root\",\"type\":\"binary\",\"class\":\"irq\","
-        "\"show\":0,\"tip\":\"Running on CPU 1\"," + indigo + ",\"data\":[[1.700000,1],[1.800000,0]]}"
-        "\n,{\"id\":\"irq-1003-0\",\"name\":\"NET_RX\",\"treeId\":\"1003_irq_root\",\"type\":\"binary\","
-        "\"class\":\"irq\",\"show\":0,\"tip\":\"Running on CPU 0\"," + black +
-        ",\"data\":[[1.900000,1],[2.000000,0]]}"
-        // The idle task: switched in at 2.8, and the writer of the marker whose line has no ">-".
-        "\n,{\"id\":\"proc-0-r0\",\"name\":\"0 - kernel\",\"treeId\":\"0_proc_root\",\"type\":\"binary\","
-        "\"class\":\"proc:running\",\"show\":1,\"tip\":\"Running on CPU 0\"," + black +
-        ",\"data\":[[2.800000, 1]]}"
-        "\n,{\"id\":\"proc-0-e\",\"name\":\"0 - kernel\",\"treeId\":\"0_proc_root\",\"type\":\"events\","
-        "\"class\":\"proc:events\",\"tip\":\"FTrace Markers\",\"show\":1,"
-        "\"hints\":{\"white\":\"#cd5c5c\",\"black\":\"#cd5c5c\"},\"data\":[[2.75,5,\"frame\",\"\",],]}"
-        "\n,{\"id\":\"proc-100-r0\"," + app + "\"type\":\"binary\",\"class\":\"proc:running\",\"show\":1,"
-        "\"tip\":\"Running on CPU 0\"," + black + ",\"data\":[[1.000000, 1],[2.800000, 0]]}"
-        "\n,{\"id\":\"proc-100-d\"," + app + "\"type\":\"binary\",\"class\":\"proc:wait\","
-        "\"tip\":\"Waiting for I/O\",\"show\":1,\"hints\":{\"white\":\"#b0e0e6\",\"black\":\"#b0e0e6\"},"
-        "\"data\":[[2.800000,1],[2.900000,0]]}"
-        "\n,{\"id\":\"proc-100-w\"," + app + "\"type\":\"binary\",\"class\":\"proc:wait\","
-        "\"tip\":\"Waiting for CPU\",\"show\":1,\"hints\":{\"white\":\"#f0c44c\",\"black\":\"#f0e68c\"},"
-        "\"data\":[[2.900000,1]]}"
-        "\n,{\"id\":\"proc-100-g\"," + app + "\"type\":\"binary\",\"tip\":\"Waiting for GPU\","
-        "\"class\":\"proc:wait\",\"show\":1,\"hints\":{\"white\":\"#db7093\",\"black\":\"#db7093\"},"
-        "\"data\":[[2.600000,1],[2.700000,0]]}"
-        "\n,{\"id\":\"proc-100-i1\"," + app + "\"type\":\"marker\",\"class\":\"proc:issue\",\"show\":1,"
-        "\"tip\":\"GL Issue\",\"hints\":{\"white\":\"#00ff00\",\"black\":\"#00ff00\"},\"data\":[[2.500000,2]]}"
-        "\n,{\"id\":\"proc-100-e\"," + app + "\"type\":\"events\",\"class\":\"proc:events\","
-        "\"tip\":\"FTrace Markers\",\"show\":1,\"hints\":{\"white\":\"#cd5c5c\",\"black\":\"#cd5c5c\"},"
-        "\"data\":[[2.65,7,\"draw\",\"a,b\",],]}" +
-        // The cycle counter keeps its code; the unused level-one counter 4 is left out.
-        counter(0, "11", 900) + counter(1, "L1 miss", 1) + counter(2, "4b", 2) + counter(3, "L1 miss", 3) +
-        counter(5, "L2 miss", 5) + counter(6, "6d", 6) +
-        "\n,{\"id\":\"evt\",\"name\":\"FTrace Events\",\"treeId\":\"evt_root\",\"type\":\"events\","
-        "\"class\":\"proc:events\",\"tip\":\"FTrace Events\",\"show\":1,"
-        "\"hints\":{\"white\":\"#cd5c5c\",\"black\":\"#cd5c5c\"},"
-        "\"data\":[[2.65,7,\"draw\",\"a,b\",],[2.75,5,\"frame\",\"\",],]}"
-        ",]}\n";
-    EXPECT_EQ(r.output, expected);
+    EXPECT_EQ(r.output, golden("timechart-every-kind-of-entry.json"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Layouts, TimechartFullDocument, testing::Bool());
@@ -204,29 +126,7 @@ TEST(TimechartFullDocument, CpusBeyondTheTablesFeedTheChartsKeptByNumber)
     run.input(b);
     RunResult r = run.run({"-t", "-q"});
     ASSERT_EQ(r.status, 0) << r.out << r.err;
-    auto cpu = [](int n, const char* series, const std::string& rest) {
-        const std::string c = std::to_string(n);
-        const bool busy = *series == 'b';
-        return "{\"id\":\"cpu-" + c + "-" + series + "\",\"name\":\"CPU " + c +
-               (busy ? " Busy\",\"treeId\":\"b_" : " Frequency\",\"treeId\":\"f_") + c +
-               (busy ? "_cpu_root\",\"type\":\"binary\",\"class\":\"cpu:busy\",\"show\":1,"
-                     : "_cpu_root\",\"type\":\"bar\",\"class\":\"cpu:freq\",\"show\":1,\"tip\":\"MHz\",") +
-               "\"hints\":{},\"data\":[" + rest + "]}";
-    };
-    const std::string expected =
-        "\n{\"entries\":[\n" +
-        cpu(15, "b", "[1.000000,1],[1.100000,0],[1.600000,1],[1.700000,0]") + "\n," +
-        cpu(15, "f", "[1.800000,800]") + "\n," + cpu(16, "b", "[1.100000,1]") + "\n," +
-        cpu(16, "f", "[1.200000,1512]") + "\n," + cpu(31, "b", "[1.400000,1],[1.500000,0]") +
-        "\n,{\"id\":\"cpu-31-s-0\",\"name\":\"CPU 31 Idle State\",\"treeId\":\"s_31_cpu_root\",\"type\":\"binary\","
-        "\"class\":\"cpu:idle\",\"show\":1,\"tip\":\"Wait For Interrupt\","
-        "\"hints\":{\"white\":\"#ffffdc\",\"black\":\"#555555\"},\"data\":[[1.300000,1]]}"
-        "\n,{\"id\":\"irq-40-15\",\"name\":\"gpio\",\"treeId\":\"40_irq_root\",\"type\":\"binary\",\"class\":\"irq\","
-        "\"show\":0,\"tip\":\"Running on CPU 15\",\"hints\":{},\"data\":[[1.600000,1],[1.700000,0]]}"
-        "\n,{\"id\":\"proc-100-r15\",\"name\":\"100 - app\",\"treeId\":\"100_proc_root\",\"type\":\"binary\","
-        "\"class\":\"proc:running\",\"show\":0,\"tip\":\"Running on CPU 15\",\"hints\":{},"
-        "\"data\":[[1.000000, 1],[1.100000, 0]]},]}\n";
-    EXPECT_EQ(r.output, expected);
+    EXPECT_EQ(r.output, golden("timechart-cpus-beyond-the-tables.json"));
 }
 
 }  // namespace

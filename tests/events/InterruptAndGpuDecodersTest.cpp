@@ -40,7 +40,6 @@ protected:
     {
         EventWalk::SetUp();
         kern_ver = GetParam();
-        gVerbosity = 1;
     }
     bool short310() const { return GetParam() >= 310; }
     // A sample at `tenths` of a second on `cpu`.
@@ -48,12 +47,6 @@ protected:
     {
         return b.tracepoint(0, 1, 1, (uint64_t)tenths * 100000000ull, cpu,
                             payload::raw(type, commonPid, payload, short310()));
-    }
-    std::string walkCapturing(const B& b)
-    {
-        testing::internal::CaptureStdout();
-        walk(b);
-        return testing::internal::GetCapturedStdout();
     }
 };
 
@@ -76,7 +69,7 @@ TEST_P(InterruptAndGpuDecoders, CpuAndInterruptEvents)
     at(b, 23, 3, kIrqExit, B::u32(33) + B::u32(1));
     at(b, 26, 16, kIrqEntry, payload::irqEntry(35, "beyond", k));
     at(b, 30, 16, kSoftEntry, B::u32(3));
-    const std::string out = walkCapturing(b);
+    walk(b);
 
     const CPUChart* cpu2 = manager().getCPUChart(2);
     ASSERT_NE(cpu2, nullptr);
@@ -90,9 +83,6 @@ TEST_P(InterruptAndGpuDecoders, CpuAndInterruptEvents)
         for (const auto& series : manager().getIRQChart(irq)->_series)
             EXPECT_TRUE(series.empty()) << irq;
     EXPECT_EQ(manager()._irqNames, (std::map<int, std::string>{{33, "mmc0"}, {35, "beyond"}}));
-    for (const char* line : {"PRSE: cpu_idle.state=1, cpu_id=7\n", "PRSE: cpu_idle.state=4294967295, cpu_id=7\n",
-                             "PRSE: Found irq_handler_entry\n"})
-        EXPECT_NE(out.find(line), std::string::npos) << line;
 }
 
 // For each time, the rung of the power ladder that was entered.
@@ -138,7 +128,7 @@ TEST_P(InterruptAndGpuDecoders, GpuEvents)
     at(b, 33, 0, kIssue, payload::issue(0x300, 0, 3, k), 500);
     // A short name: the positions read the bytes behind its NUL, "9x" and its NUL.
     at(b, 42, 0, kRail, payload::kgsl(std::string("kgsl\0" "9x", 7), B::u32(1), k));
-    const std::string out = walkCapturing(b);
+    walk(b);
 
     ASSERT_EQ(manager()._gpuCharts.size(), 3u);
     const GPUChart* core = manager().getGPUChart(3, 0);
@@ -158,11 +148,6 @@ TEST_P(InterruptAndGpuDecoders, GpuEvents)
     ASSERT_NE(process, nullptr);
     EXPECT_EQ(samples(process->_issue[0]) + "|" + samples(process->_issue[2]) + "|" + samples(process->_issue[3]),
               "31:1|30:2|33:2");
-    for (const char* line : {"pwrlevel freq: 400000000 on device: kgsl-3d0\n",
-                             "a2xx_irq status: 3221225472 on device: kgsl-3d0\n",
-                             "z180_irq status: 1073741824 on device: kgsl-2d1\n",
-                             "issueibcmds eof: 256, drawctxt_type: 2\n"})
-        EXPECT_NE(out.find(line), std::string::npos) << line;
 }
 
 INSTANTIATE_TEST_SUITE_P(Layouts, InterruptAndGpuDecoders, testing::Values(309, 310));

@@ -135,19 +135,14 @@ TEST_F(SchedulerDecoders, CountersCloseTheOutgoingSpanAndOpenTheIncomingAtZero)
     EXPECT_EQ(samples(process(8492)._l2Counters[1]), "10:0 20:12");
 }
 
-TEST_F(SchedulerDecoders, VerboseRunNamesTheTaskDecoders)
+// With ARM64 the new task's clone flags are read from the wider layout.
+TEST_F(SchedulerDecoders, WideNewTask)
 {
     is64 = true;
-    gVerbosity = 1;
     B b = withEventTable();
-    at(b, 10, 0, raw(kNewtask, payload::taskNewtask64(8495, "n", 0)));
-    at(b, 10, 0, raw(kRename, payload::taskRename(8495, "n", "m")));
-    testing::internal::CaptureStdout();
+    at(b, 10, 0, raw(kNewtask, payload::taskNewtask64(8495, "n", payload::kCloneThread)), 8494);
     walk(b);
-    const std::string out = testing::internal::GetCapturedStdout();
-    for (const char* line : {"PRSE: Found task_newtask_64\n", "PRSE: Found task_rename\n",
-                             "findFunction64 cmp task:task_newtask:task:task_newtask\n"})
-        EXPECT_NE(out.find(line), std::string::npos) << line;
+    EXPECT_EQ(process(8495)._ppid, 8494);
 }
 
 }  // namespace

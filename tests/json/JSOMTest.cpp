@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -12,6 +11,7 @@
 #include <unistd.h>
 
 #include "JSOM.h"
+#include "JsonTestSupport.h"
 
 using loomstat::JSOM;
 using loomstat::JSONData;
@@ -22,17 +22,6 @@ JSOM parsed(const char* text) {
   JSOM doc;
   doc.fromString(text);
   return doc;
-}
-
-std::string compact(const JSOM& doc) {
-  std::string out;
-  return doc.toCompactString(out, 6);
-}
-
-std::string stderrOf(const std::function<void()>& action) {
-  testing::internal::CaptureStderr();
-  action();
-  return testing::internal::GetCapturedStderr();
 }
 
 TEST(JSOMLookup, ReadingThroughPendingHandlesCreatesOnlyIntermediateObjects) {

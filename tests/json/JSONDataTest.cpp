@@ -7,16 +7,11 @@
 #include <tuple>
 
 #include "JSONData.h"
+#include "JsonTestSupport.h"
 
 using loomstat::JSONData;
 
 namespace {
-
-std::string compact(const JSONData& node) {
-  std::string out;
-  node.toJsonString(out, false, 6);
-  return out;
-}
 
 JSONData* longNode(int64_t value) {
   JSONData* node = new JSONData(1);
@@ -114,10 +109,10 @@ TEST(JSONDataTree, SetByKeyReplacesDeletesAndConverts) {
 TEST(JSONDataTree, SetByIndexAppendsOnlyAtTheEnd) {
   ThreeElements t;
   JSONData* extra = longNode(9);
-  testing::internal::CaptureStderr();
-  t.array.setByIndex(5, extra);
-  t.array.setByIndex(-1, extra);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+  EXPECT_EQ(stderrOf([&] {
+              t.array.setByIndex(5, extra);
+              t.array.setByIndex(-1, extra);
+            }),
             "JSONData::setByIndex(): index out of range\nJSONData::setByIndex(): index out of range\n");
   EXPECT_EQ(extra->_refCount, 1);
   t.array.setByIndex(3, extra);
@@ -179,7 +174,7 @@ TEST(JSONDataPrint, ScalarsAndQuoting) {
     const char* text;
   } cases[] = {{2.50, 4, "2.5"}, {3.0, 4, "3"}, {120, 0, "12"}, {7, 0, "7"}, {100, 2, "100"}, {0.1, 9, "0.1"},
                {-0.00001, 4, "-0"}, {1.23456, 2, "1.23"}, {1e20, 2, "100000000000000000000"},
-               {1e60, 4, "999999999999999949387135297074018866963645011013410073083904"}};
+               {0x1p200, 4, "1606938044258990275541962092341162602522202993782792835301376"}};
   JSONData node;
   for (const auto& c : cases) {
     node.setDouble(c.value);

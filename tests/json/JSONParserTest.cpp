@@ -5,6 +5,7 @@
 #include <string>
 
 #include "JSONData.h"
+#include "JsonTestSupport.h"
 
 using loomstat::JSONData;
 
@@ -24,12 +25,6 @@ bool parse(Twin twin, JSONData& node, const std::string& text, std::string& mess
   if (rest != nullptr)
     *rest = twin == Twin::Cursor ? std::string(cursor) : std::string(std::istreambuf_iterator<char>(stream), {});
   return ok;
-}
-
-std::string compact(const JSONData& node) {
-  std::string out;
-  node.toJsonString(out, false, 6);
-  return out;
 }
 
 struct ParseCase {
@@ -159,9 +154,7 @@ TEST(JSONParseTwins, Differences) {
   std::string messages, rest;
   const char* const bad = "nulx1";
   text = bad;
-  testing::internal::CaptureStderr();
-  EXPECT_FALSE(node.setFromJsonString(text));
-  testing::internal::GetCapturedStderr();
+  stderrOf([&] { EXPECT_FALSE(node.setFromJsonString(text)); });
   EXPECT_EQ(text, bad);
   EXPECT_FALSE(parse(Twin::Stream, node, bad, messages, &rest));
   EXPECT_EQ(rest, "1");

@@ -175,26 +175,9 @@ TEST_F(RecordWalk, Type16AndUnregisteredTypesAreConsumedAndDropped)
     b.record(2, std::string(12, 'y'));
     b.record(15, std::string(4, 'z'));
     probeRecord(b, 5);
-    testing::internal::CaptureStdout();
     walk(b);
-    std::string out = testing::internal::GetCapturedStdout();
     EXPECT_EQ(tags(), (std::vector<uint32_t>{5}));
     EXPECT_EQ(PerfFactory::_lostBytes, 0);
-    EXPECT_EQ(out, "Overflow Type:10 len:16(10)\nUnknown Type:2 len:20(14)\nUnknown Type:f len:12(c)\n");
-}
-
-TEST_F(RecordWalk, RepairIsReportedOnlyWhenVerbose)
-{
-    B b;
-    b.junk(std::string(8, '\xff'));
-    probeRecord(b, 1);
-    for (uint32_t verbosity : {0u, 3u}) {
-        gVerbosity = verbosity;
-        testing::internal::CaptureStdout();
-        walk(b);
-        std::string out = testing::internal::GetCapturedStdout();
-        EXPECT_EQ(out.find("FIXED\n") != std::string::npos, verbosity != 0) << out;
-    }
 }
 
 TEST_F(RecordWalk, TruncatedBodyIsStillDispatchedAndAPartialHeaderEndsTheWalk)
@@ -243,12 +226,4 @@ TEST(PerfFactory, BufferGrowsFromTheRejectedHeaderAndNeverShrinks)
     EXPECT_EQ(PerfFactory::_tmpLen, 0xffff + 8);
     PerfFactory::allocTmpBuffer(2000);
     EXPECT_EQ(PerfFactory::_tmpLen, 0xffff + 8);
-}
-
-TEST(PerfFactory, StatisticsLine)
-{
-    PerfFactory::_lostBytes = 24;
-    testing::internal::CaptureStdout();
-    PerfFactory::showStats();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Lost Bytes: 24\n");
 }

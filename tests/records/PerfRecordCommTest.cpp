@@ -29,7 +29,7 @@ TEST(PerfRecordComm, StandingEntriesComeFirstAndInitJoinsWithTheFirstRecord)
     commRecord(5001, 5001, "first");
     PerfRecordComm* init = PerfRecordComm::findProcessRecord(1, 1);
     ASSERT_NE(init, nullptr);
-    EXPECT_EQ(PerfRecordComm::_elements.size() >= 4, true);
+    EXPECT_EQ(PerfRecordComm::_elements.size(), 4u);
 }
 
 TEST(PerfRecordComm, LookupFallbacksInOrder)

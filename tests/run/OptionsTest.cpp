@@ -3,9 +3,9 @@
 #include <unistd.h>
 
 #include <string>
-#include <tuple>
 #include <vector>
 
+#include "ConverterReset.h"
 #include "FileNames.h"
 #include "Options.h"
 #include "PerfFoundation.h"
@@ -13,16 +13,11 @@
 
 namespace {
 
-// Every setting an option can change, saved before a test and put back after it.
-#define OPTION_SETTINGS                                                                                        \
-    addJSONWhiteSpace, addJSONLabels, gReadable, timeConversionType, timestampScaler, timestampOffset, baseTime, \
-        gtodAtStart, gtodAtStop, gSelectiveProcessing, gFirstTimestampToProcess, gLastTimestampToProcess,         \
-        gVerbosity, symPath, FileNames::_ogProtocol, PerfFoundation::_bypassDestructor
-
 // Parses a command line in-process.
 class OptionParsing : public testing::Test {
 protected:
-    void TearDown() override { std::tie(OPTION_SETTINGS) = saved; }
+    void SetUp() override { resetConverter(); }
+    void TearDown() override { resetConverter(); }
 
     void parse(std::vector<std::string> args)
     {
@@ -34,8 +29,6 @@ protected:
         optind = 0;  // full re-initialisation of getopt
         parseOptions((int)args.size(), argv.data());
     }
-
-    decltype(std::make_tuple(OPTION_SETTINGS)) saved = std::make_tuple(OPTION_SETTINGS);
 };
 
 }  // namespace

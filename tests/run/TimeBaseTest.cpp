@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "ConverterReset.h"
 #include "ConverterRun.h"
 #include "PerfRecordSample.h"
 #include "Settings.h"
@@ -11,19 +12,10 @@ namespace {
 
 class TimeScales : public testing::Test {
 protected:
+    void SetUp() override { resetConverter(); }
     void TearDown() override
     {
-        timeConversionType = 2;
-        timestampScaler = 1.0;
-        timestampOffset = 0.0;
-        baseTime = 1000000.0;
-        systemStartTime = 0.0;
-        gtodAtStart = 0.0;
-        PerfRecordSample::_firstSampleTime = 0.0;
-        gShowMarkers = false;
-        if (gMarkerFile != nullptr)
-            fclose(gMarkerFile);
-        gMarkerFile = nullptr;
+        resetConverter();
         unsetenv("ZELCONV_SYSROOT");
     }
 };
@@ -34,8 +26,7 @@ TEST_F(TimeScales, SecondsKeepTheirPrecision)
 {
     EXPECT_EQ(time64ToDouble(1999999999ULL), 1.0 + 0.999999999);
     EXPECT_EQ(time64ToDouble(5500000000ULL), 5.5);
-    EXPECT_EQ(time64ToDouble(0xFFFFFFFFFFFFFFFFULL),
-              (double)18446744073ULL + (double)709551615ULL / 1000000000.0);
+    EXPECT_EQ(time64ToDouble(0xFFFFFFFFFFFFFFFFULL), 18446744073.709551615);
 }
 
 TEST_F(TimeScales, EachConversionType)

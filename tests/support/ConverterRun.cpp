@@ -186,3 +186,8 @@ RunResult ConverterRun::runProgram(const char* binary, const std::vector<std::st
         result.output = readFile(output);
     return result;
 }
+
+std::string golden(const std::string& name)
+{
+    return readFile(std::string(ZELCONV_SOURCE_DIR) + "/tests/golden/" + name);
+}

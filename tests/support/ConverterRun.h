@@ -56,4 +56,7 @@ private:
 
 std::string readFile(const std::string& path);
 
+// An expected document kept under tests/golden/.
+std::string golden(const std::string& name);
+
 #endif

@@ -1,116 +1,72 @@
 #include "ProfileRows.h"
 
+#include <cstdio>
 #include <set>
 #include <stdexcept>
 
+#include "JSONData.h"
+
+using loomstat::JSONData;
+
 namespace {
 
-class RowParser {
-public:
-    RowParser(const std::string& text, size_t position) : _text(text), _pos(position) {}
-
-    // An array whose last element may be empty (the trailing comma).
-    RowValue array()
-    {
-        expect('[');
-        RowValue result;
-        result.isArray = true;
-        if (peek() == ']') {
-            _pos++;
-            return result;
-        }
-        while (true) {
-            char c = peek();
-            if (c == ']') {  // the empty value behind a trailing comma
-                _pos++;
-                return result;
-            }
-            result.items.push_back(value());
-            c = next();
-            if (c == ']')
-                return result;
-            if (c != ',')
-                fail("expected , or ]");
-        }
+RowValue rowValue(const JSONData& node)
+{
+    RowValue value;
+    if (node._type == JSONData::TYPE_ARRAY) {
+        value.isArray = true;
+        for (int i = 0; i < node.length(); i++)
+            value.items.push_back(rowValue(*node.getByIndex(i)));
+    } else if (node._type == JSONData::TYPE_STRING) {
+        value.text = *node.stringValue();
+    } else if (node._type == JSONData::TYPE_LONG) {
+        value.text = std::to_string((uint64_t)node.longValue());
+    } else {
+        char digits[40];
+        snprintf(digits, sizeof digits, "%.17g", node.doubleValue());
+        value.text = digits;
     }
+    return value;
+}
 
-private:
-    RowValue value()
+struct ProfileDocument {
+    JSONData root{1};
+
+    explicit ProfileDocument(const std::string& text)
     {
-        char c = peek();
-        if (c == '[')
-            return array();
-        RowValue result;
-        if (c == '"') {
-            _pos++;
-            while (_pos < _text.size() && _text[_pos] != '"') {
-                if (_text[_pos] == '\\')
-                    result.text.push_back(_text[_pos++]);
-                result.text.push_back(_text[_pos++]);
-            }
-            expect('"');
-            return result;
-        }
-        while (_pos < _text.size() && _text[_pos] != ',' && _text[_pos] != ']')
-            result.text.push_back(_text[_pos++]);
-        if (result.text.empty())
-            fail("empty value");
-        return result;
+        if (!root.setFromJsonStlString(text))
+            throw std::runtime_error("the profile document does not parse");
     }
 
-    char peek()
+    std::vector<RowValue> rows(const std::string& section) const
     {
-        skipBlanks();
-        if (_pos >= _text.size())
-            fail("unexpected end");
-        return _text[_pos];
+        const JSONData* part = root.getByKey(section);
+        if (part == nullptr)
+            throw std::runtime_error("no section " + section);
+        const JSONData* data = part->getByKey("data");
+        if (data == nullptr || data->_type != JSONData::TYPE_ARRAY)
+            throw std::runtime_error("no data in " + section);
+        return rowValue(*data).items;
     }
-    char next()
-    {
-        char c = peek();
-        _pos++;
-        return c;
-    }
-    void expect(char c)
-    {
-        if (next() != c)
-            fail(std::string("expected ") + c);
-    }
-    void skipBlanks()
-    {
-        while (_pos < _text.size() && (_text[_pos] == '\n' || _text[_pos] == ' '))
-            _pos++;
-    }
-    [[noreturn]] void fail(const std::string& why)
-    {
-        throw std::runtime_error("profile rows: " + why + " at " + std::to_string(_pos));
-    }
-
-    const std::string& _text;
-    size_t _pos;
 };
 
 }  // namespace
 
 std::vector<RowValue> profileRows(const std::string& document, const std::string& section)
 {
-    size_t start = document.find("\"" + section + "\": {");
-    if (start == std::string::npos)
-        throw std::runtime_error("no section " + section);
-    size_t data = document.find("\"data\": [", start);
-    if (data == std::string::npos)
-        throw std::runtime_error("no data in " + section);
-    return RowParser(document, data + 8).array().items;
+    return ProfileDocument(document).rows(section);
 }
 
-std::vector<std::string> profileKeyProblems(const std::string& document)
+std::vector<std::string> profileKeyProblems(const std::string& text)
 {
+    const ProfileDocument document(text);
     std::set<uint64_t> processes, libraries, functions;
-    for (const RowValue& row : profileRows(document, "processes"))
+    for (const RowValue& row : document.rows("processes"))
         processes.insert(row.items.at(0).number());
-    for (const RowValue& row : profileRows(document, "libraries"))
+    const std::vector<RowValue> libraryRows = document.rows("libraries");
+    for (const RowValue& row : libraryRows)
         libraries.insert(row.items.at(0).number());
-    std::vector<RowValue> functionRows = profileRows(document, "functions");
+    const std::vector<RowValue> functionRows = document.rows("functions");
     for (const RowValue& row : functionRows)
         functions.insert(row.items.at(0).number());
 
@@ -123,12 +79,12 @@ std::vector<std::string> profileKeyProblems(const std::string& document)
         for (const RowValue& mk : row.items.at(4).items)
             if (libraries.count(mk.number()) == 0)
                 problems.push_back("mk names no map: " + mk.text);
-    for (const RowValue& row : profileRows(document, "libraries")) {
+    for (const RowValue& row : libraryRows) {
         uint64_t pidKey = row.items.at(1).number();
         if (pidKey != 0 && processes.count(pidKey) == 0)
             problems.push_back("map pidkey names no process: " + row.items.at(1).text);
     }
-    for (const RowValue& row : profileRows(document, "samples")) {
+    for (const RowValue& row : document.rows("samples")) {
         mapOrSymbol(row.items.at(2).number(), "mapkey of sample " + row.items.at(0).text);
         if (processes.count(row.items.at(5).number()) == 0)
             problems.push_back("pidkey names no process: " + row.items.at(5).text);

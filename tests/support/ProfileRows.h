@@ -1,6 +1,5 @@
-// Reads the rows of one section of a profile document: the unlabelled,
-// comma-terminated arrays under "data". Numbers stay text, so 64-bit
-// addresses are compared exactly.
+// Reads the rows of one section of a profile document (the arrays under
+// "data") with the JSON library. Whole numbers keep all 64 bits.
 #ifndef ZELCONV_TESTS_PROFILEROWS_H
 #define ZELCONV_TESTS_PROFILEROWS_H
 
@@ -10,7 +9,7 @@
 
 struct RowValue {
     bool isArray = false;
-    std::string text;  // a number's digits, or a string's contents without quotes and escapes kept
+    std::string text;  // a number's digits, or a string's contents
     std::vector<RowValue> items;
 
     uint64_t number() const { return std::stoull(text); }

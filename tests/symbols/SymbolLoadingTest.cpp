@@ -220,26 +220,3 @@ TEST_F(SymbolLoading, MissingNmGivesNoTable)
     EXPECT_EQ(SymbolTable::findAndRead(name.c_str()), nullptr);
     EXPECT_TRUE(SymbolTable::findExistingSymbolTable(name)->_elements.empty());
 }
-
-// Real nm over an object assembled here: the addresses are fixed by the
-// assembly, and nm's filter (-g) and demangling (-C) are in play.
-TEST_F(SymbolLoading, RealNmOverAnAssembledObject)
-{
-    _scratch.file("k.s", ".text\n.globl alpha\nalpha: .skip 16\n.globl beta\nbeta: .skip 32\n"
-                         "local_fn: .skip 16\n.globl _Z5deltaii\n_Z5deltaii: .skip 16\n"
-                         ".weak wfn\nwfn: .skip 8\n.data\n.globl dvar\ndvar: .long 1\n");
-    std::string base = "libk-" + std::filesystem::path(_scratch.dir()).filename().string() + ".o";
-    std::filesystem::create_directories(_scratch.path("sym"));
-    std::string assemble = "as '" + _scratch.path("k.s") + "' -o '" + _scratch.path("sym/" + base) + "' 2>/dev/null";
-    if (system(assemble.c_str()) != 0 || system("nm --version >/dev/null 2>&1") != 0)
-        GTEST_SKIP() << "no assembler or nm";
-    SymbolTable::setPath(_scratch.path("sym"));
-
-    SymbolTable* table = SymbolTable::findAndRead(("/device/lib/" + base).c_str());
-    ASSERT_NE(table, nullptr);
-    EXPECT_EQ(symbolsOf(*table), (std::vector<Sym>{{0x0, 0x10, "alpha\n"},
-                                                   {0x10, 0x30, "beta"},
-                                                   {0x40, 0x10, "delta(int, int)"},
-                                                   {0x50, 0, "wfn"}}));
-    EXPECT_EQ(table->findElement(0x44)->_name, "delta(int, int)");
-}

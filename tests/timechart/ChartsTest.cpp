@@ -43,8 +43,8 @@ TEST_F(Charts, EntryWriterPoints)
             << c.points;
     }
     // A point longer than its buffer is cut.
-    EXPECT_EQ(entriesOf([&](PerfJSONWriter& w) { ChartEntryWriter(w).text("id", "a").allPoints({{1e25, 1}}, "[%f,%u]"); }),
-              "\n{\"id\":\"a\",\"data\":[[10000000000000000905969664.000]}");
+    EXPECT_EQ(entriesOf([&](PerfJSONWriter& w) { ChartEntryWriter(w).text("id", "a").allPoints({{0x1p84, 1}}, "[%f,%u]"); }),
+              "\n{\"id\":\"a\",\"data\":[[19342813113834066795298816.000]}");
 }
 
 // Leaving idle closes the state last entered, and before any is dropped, as

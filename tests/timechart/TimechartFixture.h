@@ -1,7 +1,6 @@
-// Common ground of the chart tests: settings saved and restored around each
-// test, raw times in seconds (no base, no start time), a fresh manager, the
-// samples of a chart's series, and the text that a chart writes inside the
-// "entries" array.
+// Common ground of the chart tests: the converter reset around each test, raw
+// times in seconds (no base, no start time), the samples of a chart's series,
+// and the text that a chart writes inside the "entries" array.
 #ifndef ZELCONV_TESTS_TIMECHARTFIXTURE_H
 #define ZELCONV_TESTS_TIMECHARTFIXTURE_H
 
@@ -10,21 +9,14 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "ChartEntryS.h"
+#include "ConverterReset.h"
 #include "PerfJSONWriter.h"
 #include "Settings.h"
 #include "TimeBase.h"
 #include "TimechartManager.h"
-
-// The settings a chart test may change.
-inline auto chartSettings()
-{
-    return std::tie(timeConversionType, gtodAtStart, gtodAtStop, gSelectiveProcessing, kern_ver, is64, gVerbosity,
-                    gFirstTimestampToProcess, gLastTimestampToProcess, gReadable, baseTime);
-}
 
 // The samples of one series as "time:value" items, times in tenths of a second.
 inline std::string samples(const std::vector<ChartEntryS>& series)
@@ -58,29 +50,16 @@ class TimechartFixture : public testing::Test {
 protected:
     void SetUp() override
     {
-        _saved = chartSettings();
+        resetConverter();
         timeConversionType = kTimeRaw;
-        gtodAtStart = 0.0;
-        gtodAtStop = 0.0;
-        gSelectiveProcessing = false;
-        gVerbosity = 0;
-        gReadable = true;
-        TimechartManager::discardInstance();
     }
 
-    void TearDown() override
-    {
-        chartSettings() = _saved;
-        TimechartManager::discardInstance();
-    }
+    void TearDown() override { resetConverter(); }
 
     static TimechartManager& manager() { return *TimechartManager::Instance(); }
 
     // Seconds as a raw stamp in nanoseconds.
     static uint64_t ns(double seconds) { return (uint64_t)(seconds * 1e9 + 0.5); }
-
-private:
-    std::tuple<int32_t, double, double, bool, int32_t, bool, uint32_t, uint64_t, uint64_t, bool, double> _saved;
 };
 
 #endif

@@ -1,7 +1,7 @@
 // Payloads of the scheduler and task trace-points, in the layouts the kernel
 // writes them, for building trace-point samples with PerfDataBuilder.
-#ifndef ZELCONV_TESTS_TRACEPAYLOADS_H
-#define ZELCONV_TESTS_TRACEPAYLOADS_H
+#ifndef ZELCONV_TOOLS_TRACEPAYLOADS_H
+#define ZELCONV_TOOLS_TRACEPAYLOADS_H
 
 #include <cstdint>
 #include <string>

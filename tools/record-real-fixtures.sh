@@ -72,7 +72,7 @@ for name in profile profile-pipe; do
   fi
 done
 
-source "$(cd "$(dirname "$0")" && pwd)/../tools/trace-events.sh"
+source "$(cd "$(dirname "$0")" && pwd)/trace-events.sh"
 for name in trace trace-pipe; do
   if record $name -a "${trace_events[@]}"; then
     perf script -i "$dir/$name.data" -F cpu,time,event,trace --ns >"$dir/$name.txt" 2>"$dir/$name.err" || {

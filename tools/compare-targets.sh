@@ -4,7 +4,7 @@
 # statuses and the messages are byte for byte the same; likewise for
 # zelconv-import over perf's own recordings and damaged copies of them.
 #
-#   tests/tools/compare-targets.sh HOST_BUILD_DIR ARM_BUILD_DIR
+#   tools/compare-targets.sh HOST_BUILD_DIR ARM_BUILD_DIR
 #
 # Inputs: the bundled example, the real recordings (when present), two larger
 # generated recordings, and every recording the host build's tests convert
@@ -18,7 +18,7 @@ if [ $# -ne 2 ]; then
   echo "usage: $0 HOST_BUILD_DIR ARM_BUILD_DIR" >&2
   exit 2
 fi
-source_dir=$(cd "$(dirname "$0")/../.." && pwd)
+source_dir=$(cd "$(dirname "$0")/.." && pwd)
 host=$(realpath "$1/zelconv")
 arm=$(realpath "$2/zelconv")
 host_import=$(realpath "$1/zelconv-import")
