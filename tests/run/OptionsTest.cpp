@@ -49,8 +49,9 @@ TEST_F(OptionParsing, LastTimeScaleAndDestructorSwitchWin)
 
 TEST_F(OptionParsing, SwitchesAndValues)
 {
-    parse({"-W", "-l", "-R", "-v", "2", "-p", "/a", "-p", "/b", "-P", "1", "-b", "12.5"});
+    parse({"-W", "-l", "-R", "-I", "-v", "2", "-p", "/a", "-p", "/b", "-P", "1", "-b", "12.5"});
     EXPECT_FALSE(addJSONWhiteSpace);
+    EXPECT_TRUE(gRmFirstInterrupt);
     EXPECT_TRUE(addJSONLabels);
     EXPECT_FALSE(gReadable);
     EXPECT_EQ(gVerbosity, 2u);
