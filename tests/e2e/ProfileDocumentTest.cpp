@@ -99,6 +99,34 @@ TEST(ProfileDocument, SymbolsFromTheKernelListAndNm)
     EXPECT_EQ(r.output, golden("profile-kernel-list-and-nm.json"));
 }
 
+// A library mapped twice, whose listing names source files behind tabs.
+// Keys: maps 5 and 6; the back-traces' symbols as read (funcA 7, abcd 8,
+// nofile 9, funcB 10), then the samples' own (abc 11). abc shows as
+// "*BlankName*", abcd lists both maps, nofile keeps its size of exactly
+// 1 MiB, zed.c is the shortest name taken for a file, and x/nouse.c, with no
+// used symbol, is left out.
+TEST(ProfileDocument, FilesAndFunctionsOfAListingWithSourceLines)
+{
+    ConverterRun run;
+    run.file("bin/nm", "#!/bin/sh\ncat \"$2.list\"\n");
+    std::filesystem::permissions(run.path("bin/nm"), std::filesystem::perms::owner_all);
+    run.prependPath(run.path("bin"));
+    run.file("sym/system/lib/libs.so", "")
+        .file("sym/system/lib/libs.so.list", "00001000 T abc\tsrc/abc.c:10\n00001100 T abcd\tzed.c:5\n"
+                                             "00001200 T funcB\tlib/alpha.c:30\n00001300 T funcA\tlib/alpha.c:10\n"
+                                             "00001400 T nofile\n00101400 T unused\tx/nouse.c:1\n00101500 T last\n");
+    run.input(B()
+                  .comm(7, 7, "app")
+                  .mmap(7, 7, 0x40000000, 0x10000, 0, "/system/lib/libs.so")
+                  .mmap(7, 7, 0x50000000, 0x10000, 0, "/system/lib/libs.so")
+                  .sample(0x40001210, 7, 7, 1000000000ULL, 0, 1, {0x40001310, 0x50001110})
+                  .sample(0x40001110, 7, 7, 1500000000ULL, 1, 1)
+                  .sample(0x40001010, 7, 7, 2000000000ULL, 0, 1, {0x40001410, 0x40001210}));
+    RunResult r = run.run({"-b", "100", "-p", run.path("sym")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.output, golden("profile-files-and-functions.json"));
+}
+
 // nm runs beside the walk, and its commands end in another order than they
 // started (the earlier a file, the longer its nm takes). The document and
 // nm's messages must still be those of a run that waits for each nm in turn,

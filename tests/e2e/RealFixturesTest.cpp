@@ -30,25 +30,6 @@ std::string fixture(const std::string& name)
     return std::string(ZELCONV_REAL_FIXTURES) + "/" + name;
 }
 
-// Why a recording ("profile", "trace-pipe") is not there to check, or empty.
-std::string missingFixture(const std::string& kind)
-{
-    if (fs::exists(fixture(kind + ".skip")))
-        return readFile(fixture(kind + ".skip"));
-    if (!fs::exists(fixture(kind + ".data")))
-        return "no " + kind + " recording in " + fixture("") + ": ctest makes it (test RealFixturesRecord)";
-    return "";
-}
-
-std::vector<std::string> lines(const std::string& path)
-{
-    std::istringstream in(readFile(path));
-    std::vector<std::string> out;
-    for (std::string line; std::getline(in, line);)
-        out.push_back(line);
-    return out;
-}
-
 // Imports a recording as perf.data of the run, a piped one through standard
 // input, and sets the environment that the summary's last line names.
 void importFixture(ConverterRun& run, const std::string& kind)
@@ -93,7 +74,8 @@ struct TraceLine {
 std::vector<TraceLine> traceLines(const std::string& kind)
 {
     std::vector<TraceLine> out;
-    for (const std::string& line : lines(fixture(kind + ".txt"))) {
+    std::istringstream in(readFile(fixture(kind + ".txt")));
+    for (std::string line; std::getline(in, line);) {
         TraceLine t;
         unsigned long long whole = 0;
         char fraction[10] = {}, group[64] = {}, name[64] = {};
@@ -110,13 +92,6 @@ std::vector<TraceLine> traceLines(const std::string& kind)
     return out;
 }
 
-// A number after "name=" in an event's fields, or -1.
-long long traceField(const std::string& fields, const std::string& name)
-{
-    const size_t at = fields.find(" " + name + "=");
-    return at == std::string::npos ? -1 : strtoll(fields.c_str() + at + name.size() + 2, nullptr, 10);
-}
-
 // A text after "name=", up to a blank.
 std::string traceText(const std::string& fields, const std::string& name)
 {
@@ -125,6 +100,13 @@ std::string traceText(const std::string& fields, const std::string& name)
         return "";
     const size_t start = at + name.size() + 1;
     return fields.substr(start, fields.find(' ', start) - start);
+}
+
+// A number after " name=" in an event's fields, or -1.
+long long traceField(const std::string& fields, const std::string& name)
+{
+    const std::string text = traceText(fields, " " + name);
+    return text.empty() ? -1 : strtoll(text.c_str(), nullptr, 10);
 }
 
 // The chart entries of a timechart document, one a line: their names and
@@ -173,25 +155,27 @@ private:
     unsigned int _last = 0;
 };
 
-// Converts the imported trace, with this machine's soft-interrupt names.
-RunResult convertTrace(ConverterRun& run, const std::string& kind)
-{
-    importFixture(run, kind);
-    run.systemFile("/proc/softirqs", readFile("/proc/softirqs"));
-    return run.run({"-t", "-r"});
-}
-
-class RealProfile : public testing::TestWithParam<const char*> {};
-class RealTrace : public testing::TestWithParam<const char*> {};
+// A test of one recording ("profile", "trace-pipe"), skipped with the reason
+// when the recording is not there.
+class RealFixture : public testing::TestWithParam<const char*> {
+protected:
+    void SetUp() override
+    {
+        if (fs::exists(fixture(kind + ".skip")))
+            GTEST_SKIP() << readFile(fixture(kind + ".skip"));
+        if (!fs::exists(fixture(kind + ".data")))
+            GTEST_SKIP() << "no " << kind << " recording in " << fixture("")
+                         << ": ctest makes it (test RealFixturesRecord)";
+    }
+    const std::string kind = GetParam();
+};
+class RealProfile : public RealFixture {};
+class RealTrace : public RealFixture {};
 
 }  // namespace
 
 TEST_P(RealProfile, SamplesMatchPerfScript)
 {
-    const std::string kind = GetParam();
-    const std::string missing = missingFixture(kind);
-    if (!missing.empty())
-        GTEST_SKIP() << missing;
     // The kernel's symbols are this machine's; the maps' symbols come from nm.
     ConverterRun run;
     importFixture(run, kind);
@@ -216,19 +200,26 @@ TEST_P(RealProfile, SamplesMatchPerfScript)
 
 INSTANTIATE_TEST_SUITE_P(RealFixtures, RealProfile, testing::Values("profile", "profile-pipe"));
 
+// Converted with this machine's soft-interrupt names, the trace shows the
+// switches, interrupts and power events that perf reads in it.
+//
 // A switch-in that perf shows while the same task is still switched in on
 // that CPU adds nothing to a row that already shows it running; all others
 // must show, at their times. (Traces do miss switches: in a virtual machine,
 // switches away from the idle task were seen to be absent.)
-TEST_P(RealTrace, SwitchesMatchPerfScript)
+//
+// Each hard and soft interrupt has a series per CPU, 1 from its entry and 0
+// from its exit; a hard one is named as perf names it, a soft one by this
+// machine's list of soft interrupts, which perf's action names follow. The
+// idle states and frequencies of the CPUs follow the power events.
+TEST_P(RealTrace, SwitchesInterruptsAndPowerMatchPerfScript)
 {
-    const std::string kind = GetParam();
-    const std::string missing = missingFixture(kind);
-    if (!missing.empty())
-        GTEST_SKIP() << missing;
     ConverterRun run;
-    RunResult r = convertTrace(run, kind);
+    importFixture(run, kind);
+    run.systemFile("/proc/softirqs", readFile("/proc/softirqs"));
+    RunResult r = run.run({"-t", "-r"});
     ASSERT_EQ(r.status, 0) << r.err;
+    const std::map<std::string, ChartEntry> document = chartEntries(r.output);
 
     std::multiset<std::string> switchIns, required;  // "pid cpu time"
     std::map<unsigned int, std::set<long long>> switchedIn;
@@ -244,7 +235,7 @@ TEST_P(RealTrace, SwitchesMatchPerfScript)
             required.insert(key);
     }
     std::multiset<std::string> running;
-    for (const auto& [id, entry] : chartEntries(r.output)) {
+    for (const auto& [id, entry] : document) {
         int pid = 0;
         unsigned int cpu = 0;
         char tail = 0;
@@ -266,21 +257,6 @@ TEST_P(RealTrace, SwitchesMatchPerfScript)
     EXPECT_TRUE(missed.empty()) << missed.size() << " of " << required.size()
                                 << " switches without a point, first: " << missed.front();
     EXPECT_TRUE(extra.empty()) << extra.size() << " points without a switch, first: " << extra.front();
-}
-
-// Each hard and soft interrupt has a series per CPU, 1 from its entry and 0
-// from its exit; a hard one is named as perf names it, a soft one by this
-// machine's list of soft interrupts, which perf's action names follow. The
-// idle states and frequencies of the CPUs follow the power events.
-TEST_P(RealTrace, InterruptsAndPowerMatchPerfScript)
-{
-    const std::string kind = GetParam();
-    const std::string missing = missingFixture(kind);
-    if (!missing.empty())
-        GTEST_SKIP() << missing;
-    ConverterRun run;
-    RunResult r = convertTrace(run, kind);
-    ASSERT_EQ(r.status, 0) << r.err;
 
     std::map<std::string, ExpectedSeries> expected;
     std::map<std::string, std::string> names;
@@ -313,8 +289,6 @@ TEST_P(RealTrace, InterruptsAndPowerMatchPerfScript)
         }
     }
     ASSERT_GT(interrupts, 0u) << "the trace holds no interrupts";
-
-    const std::map<std::string, ChartEntry> document = chartEntries(r.output);
     for (const auto& [id, series] : expected) {
         auto found = document.find(id);
         ASSERT_NE(found, document.end()) << "no chart entry " << id;

@@ -69,7 +69,7 @@ TEST(JSONDataTree, EraseByIndexAndKey) {
     JSONData::release(node.getByIndex(i));
   }
   node.erase(-1);
-  node.erase(4);
+  node.erase(3);
   node.erase(-2);
   node.erase(0);
   EXPECT_EQ(compact(node), "[1,2]");

@@ -103,7 +103,7 @@ TEST_F(WriterFixture, ValuesAndTheSideBuffer)
     PerfJSONWriter& w = open(true, false);
     w.writeJson("[1, 2]");
     w.newElementStart(nullptr);
-    w.writeNamed("d", 1000005.5);
+    w.writeNamed("d\"", 1000005.5);  // labels go out unescaped
     w.writeNamed("big", 18446744073709551615ULL);
     w.writeNamed("short", (unsigned short)65535);
     unsigned long long unused[3] = {9, 9, 9};
@@ -117,7 +117,7 @@ TEST_F(WriterFixture, ValuesAndTheSideBuffer)
     w.writeJson("[3, 4]");
     w.writeArrayEnd();
     w.newElementEnd();
-    EXPECT_EQ(finish(), "{\"d\":1000005.5,\"big\":18446744073709551615,\"short\":65535,\"n\":[3,3,3],"
+    EXPECT_EQ(finish(), "{\"d\"\":1000005.5,\"big\":18446744073709551615,\"short\":65535,\"n\":[3,3,3],"
                         "\"list\":[\"say \\\"hi\\\"\",0.25,7,8,[1, 2],[3, 4]]}\n");
 }
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -99,72 +100,40 @@ TEST_F(RecordWalk, CleanFileDispatchesEveryRecordAndLosesNothing)
     EXPECT_EQ(dispatched[2].record->_type, kProbeType);
 }
 
-TEST_F(RecordWalk, ScanFindsTheNextHeaderBehindJunkAndCountsItsWords)
+// Damage starts a scan for the next header, and the bytes the scan passes
+// over are lost: not the rejected header's 8, but what lies behind them and
+// the 8 bytes of the header that the scan accepts.
+TEST_F(RecordWalk, ScanFindsTheNextHeaderBehindDamageAndCountsItsWords)
 {
-    B b;
-    probeRecord(b, 1);
-    b.junk(std::string(12, '\0'));
-    probeRecord(b, 2);
-    walk(b);
-    // The rejected 8 bytes are not counted; the 4 junk bytes behind them and
-    // the 8 bytes of the header that the scan accepts are.
-    EXPECT_EQ(tags(), (std::vector<uint32_t>{1, 2}));
-    EXPECT_EQ(PerfFactory::_lostBytes, 12);
-}
-
-TEST_F(RecordWalk, SecondWordOfARejectedHeaderIsNotReconsidered)
-{
-    B b;
-    probeRecord(b, 1);
-    b.junk(std::string(4, '\0'));  // the next header read takes junk and the type word of record 2
-    probeRecord(b, 2);
-    probeRecord(b, 3);
-    walk(b);
-    // Record 2 is lost: the scan starts behind its type word. Its size word
-    // (16 << 16) is no type, its body word 2 is, but the zero behind it gives size 0;
-    // record 3's type word 14 follows with its size word.
-    EXPECT_EQ(tags(), (std::vector<uint32_t>{1, 3}));
-    EXPECT_EQ(PerfFactory::_lostBytes, 20);
-}
-
-struct BadHeader {
-    const char* name;
-    uint32_t type;
-    uint16_t size;
-};
-
-void PrintTo(const BadHeader& h, std::ostream* os)
-{
-    *os << h.name;
-}
-
-class RecordWalkBadHeader : public RecordWalk, public testing::WithParamInterface<BadHeader> {};
-
-TEST_P(RecordWalkBadHeader, StartsAScanThatFindsTheNextRecord)
-{
-    B b;
-    b.header(GetParam().type, GetParam().size, std::string(8, '\0'));
-    probeRecord(b, 7);
-    walk(b);
-    EXPECT_EQ(tags(), (std::vector<uint32_t>{7}));
-    EXPECT_EQ(PerfFactory::_lostBytes, 16);
-}
-
-INSTANTIATE_TEST_SUITE_P(Framing, RecordWalkBadHeader,
-                         testing::Values(BadHeader{"SizeEleven", kProbeType, 11},
-                                         BadHeader{"Size257", kProbeType, 257}, BadHeader{"TypeZero", 0, 16},
-                                         BadHeader{"Type17", 17, 16}),
-                         [](const testing::TestParamInfo<BadHeader>& info) { return std::string(info.param.name); });
-
-TEST_F(RecordWalk, LongRecordIsAbsorbedByTheScan)
-{
-    B b;
-    probeRecord(b, 1);
-    b.record(kProbeType, std::string(300, '\0'));  // 308 bytes: taken for damage
-    probeRecord(b, 2);
-    walk(b);
-    EXPECT_EQ(tags(), (std::vector<uint32_t>{1, 2}));
-    EXPECT_EQ(PerfFactory::_lostBytes, 300 + 8);
+    const struct {
+        const char* what;
+        std::function<void(B&)> write;
+        std::vector<uint32_t> tags;
+        int lost;
+    } cases[] = {
+        {"junk", [](B& b) { probeRecord(probeRecord(b, 1).junk(std::string(12, '\0')), 2); }, {1, 2}, 12},
+        // The next header read takes the junk and the type word of record 2,
+        // which is lost: its size word (16 << 16) is no type, its body word 2
+        // is, but the zero behind it gives size 0; record 3's header follows.
+        {"second word", [](B& b) { probeRecord(probeRecord(probeRecord(b, 1).junk(std::string(4, '\0')), 2), 3); },
+         {1, 3}, 20},
+        {"size 11", [](B& b) { probeRecord(b.header(kProbeType, 11, std::string(8, '\0')), 7); }, {7}, 16},
+        {"size 257", [](B& b) { probeRecord(b.header(kProbeType, 257, std::string(8, '\0')), 7); }, {7}, 16},
+        {"type 0", [](B& b) { probeRecord(b.header(0, 16, std::string(8, '\0')), 7); }, {7}, 16},
+        {"type 17", [](B& b) { probeRecord(b.header(17, 16, std::string(8, '\0')), 7); }, {7}, 16},
+        // 308 bytes are taken for damage.
+        {"long", [](B& b) { probeRecord(probeRecord(b, 1).record(kProbeType, std::string(300, '\0')), 2); }, {1, 2},
+         300 + 8},
+    };
+    for (const auto& c : cases) {
+        dispatched.clear();
+        PerfFactory::_lostBytes = 0;
+        B b;
+        c.write(b);
+        walk(b);
+        EXPECT_EQ(tags(), c.tags) << c.what;
+        EXPECT_EQ(PerfFactory::_lostBytes, c.lost) << c.what;
+    }
 }
 
 TEST_F(RecordWalk, Type16AndUnregisteredTypesAreConsumedAndDropped)

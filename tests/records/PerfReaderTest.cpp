@@ -66,6 +66,8 @@ TEST(PerfReader, UnopenedReaderAndOddSizes)
     testing::internal::CaptureStdout();
     EXPECT_EQ(reader.read(buffer, 0), -1);
     EXPECT_EQ(reader.read(buffer, 4), -1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Large reader size:0\n");
+    EXPECT_EQ(reader.read(buffer, 2048), -1);  // nothing is read: the sizes are only announced
+    EXPECT_EQ(reader.read(buffer, 2049), -1);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Large reader size:0\nLarge reader size:2049\n");
     EXPECT_FALSE(reader.status());
 }

@@ -61,32 +61,3 @@ TEST_F(SymbolTableTest, SyntheticEntryPerUnit)
                                 {0x7a5c1234, 0x10000, "{odd}"}}));
     delete SymbolTable::_syntheticSymTable;  // also forgets its units
 }
-
-TEST_F(SymbolTableTest, FunctionsSectionWritesUsedSymbolsInTableOrder)
-{
-    new SymbolTable();  // stays empty, as the run's own default table
-    SymbolTable* first = new SymbolTable("/lib/first.so", 0, 0);
-    SymbolTableElement* shortName = first->addElement(0x1000, 0x20, "abc", nullptr, 0);
-    first->addElement(0x1020, 0x20, "unused", nullptr, 0);
-    SymbolTableElement* fourChars = first->addElement(0x1040, 0x100001, "abcd", nullptr, 0);  // a gap, not a size
-    first->_elements.push_back(nullptr);
-    SymbolTableElement* hidden = first->addElement(0x1080, 0x10, "behind the end", nullptr, 0);
-    SymbolTableElement* zeta = (new SymbolTable("/lib/second.so", 0, 0))->addElement(0x10, 0x100000, "zeta", nullptr, 0);
-    std::tie(shortName->_key, fourChars->_key, hidden->_key, zeta->_key) = std::tuple(11, 12, 13, 3);
-    for (SymbolTableElement* used : {shortName, fourChars, hidden, zeta})
-        used->markUsed(0);
-    shortName->setMapKey(5);
-    for (unsigned int mapKey : {5u, 6u, 5u, 6u})
-        zeta->setMapKey(mapKey);
-
-    EXPECT_EQ(render(SymbolTable::outAll),
-              "{\n \"functions\": {\n  \"descriptions\": {\n"
-              "   \"key\": \"key for this symbol\",\n"
-              "   \"name\": \"name of this symbol\",\n"
-              "   \"startAddress\": \"Base address of this function or symbol\",\n"
-              "   \"sectionSize\": \"Size of this function or symbol\",\n"
-              "   \"maps\": \"array of maps for this sample\"\n"
-              "  },\n"
-              "  \"data\": [[11,\"*BlankName*\",4096,32,[5,],],[12,\"abcd\",4160,0,[],],"
-              "[3,\"zeta\",16,1048576,[5,6,],],]}}\n");
-}

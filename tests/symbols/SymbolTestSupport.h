@@ -1,17 +1,15 @@
 // Shared by the symbol tests: a fixture that resets the converter around each
-// test, and the document that a section writer makes through a real writer.
+// test and gives it a private temporary directory.
 #ifndef ZELCONV_TESTS_SYMBOLTESTSUPPORT_H
 #define ZELCONV_TESTS_SYMBOLTESTSUPPORT_H
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <tuple>
 
 #include "ConverterReset.h"
 #include "ConverterRun.h"
 #include "FileNames.h"
-#include "PerfJSONWriter.h"
 #include "Settings.h"
 #include "SymbolTable.h"
 
@@ -34,19 +32,6 @@ protected:
     }
 
     void TearDown() override { resetConverter(); }
-
-    // The document holding only what `write` writes, as the output file receives it.
-    std::string render(const std::function<void(PerfJSONWriter&)>& write)
-    {
-        std::string path = _scratch.path("out.json");
-        PerfJSONWriter writer(true, false);
-        writer.open(path.c_str());
-        writer.newElementStart(nullptr);
-        write(writer);
-        writer.newElementEnd();
-        writer.close();
-        return readFile(path);
-    }
 
     ConverterRun _scratch;  // a private temporary directory
 };
