@@ -12,7 +12,7 @@ namespace {
 
 enum : uint16_t {
     kSwitch = 300, kWakeup, kCounters, kIdle, kFrequency, kIrqEntry, kIrqExit, kSoftEntry, kSoftExit, kRail, kClk,
-    kPwrlevel, kA3xx, kIssue, kWaitEntry, kWaitExit
+    kPwrlevel, kA3xx, kIssue, kWaitEntry, kWaitExit, kBus, kGpuIrq, kZ180, kA2xx
 };
 
 // One recording of every kind of event, with markers in the trace file and a
@@ -20,9 +20,9 @@ enum : uint16_t {
 // before 3.10 (false) and from 3.10 on (true): the document is the same. Times
 // are in tenths of a second; -q keeps them (and gives the markers their own)
 // as seconds. CPU 0 stays busy through the interrupt, whose entry saved its 1;
-// GPU power states 0, 2 and 4 only ever get zeros and write no entry; the idle
-// task is switched in at 2.8 and writes the marker whose line has no ">-"; the
-// cycle counter keeps its code, and the unused level-one counter 4 is left out.
+// the idle task is switched in at 2.8 and writes the marker whose line has no
+// ">-"; the cycle counter keeps its code, and the unused level-one counter 4 is
+// left out. The GPU's power ladder is walked through every rung.
 class TimechartFullDocument : public testing::TestWithParam<bool> {};
 
 TEST_P(TimechartFullDocument, EveryKindOfEntryInItsOrder)
@@ -33,8 +33,9 @@ TEST_P(TimechartFullDocument, EveryKindOfEntryInItsOrder)
                            "power:cpu_idle", "power:cpu_frequency", "irq:irq_handler_entry", "irq:irq_handler_exit",
                            "irq:softirq_entry", "irq:softirq_exit", "kgsl:kgsl_rail", "kgsl:kgsl_clk",
                            "kgsl:kgsl_pwrlevel", "kgsl:kgsl_a3xx_irq_status", "kgsl:kgsl_issueibcmds",
-                           "kgsl:kgsl_waittimestamp_entry", "kgsl:kgsl_waittimestamp_exit"};
-    for (uint16_t i = 0; i < 16; i++)
+                           "kgsl:kgsl_waittimestamp_entry", "kgsl:kgsl_waittimestamp_exit", "kgsl:kgsl_bus",
+                           "kgsl:kgsl_irq", "kgsl:kgsl_z180_irq_status", "kgsl:kgsl_a2xx_irq_status"};
+    for (uint16_t i = 0; i < 20; i++)
         b.eventType(kSwitch + i, names[i]);
     auto at = [&b, k](int tenths, uint32_t cpu, uint16_t type, const std::string& body, int32_t commonPid = 0) {
         b.tracepoint(0, 1, 1, (uint64_t)tenths * 100000000ull, cpu, payload::raw(type, commonPid, body, k));
@@ -48,12 +49,16 @@ TEST_P(TimechartFullDocument, EveryKindOfEntryInItsOrder)
     at(12, 1, kIdle, B::u32(0) + B::u32(1));           // idle state 0
     at(13, 1, kIdle, B::u32(0xFFFFFFFF) + B::u32(1));  // leaving: dropped
     at(14, 1, kIdle, B::u32(1) + B::u32(1));           // idle state 1, charted as series 2
+    at(14, 1, kIdle, B::u32(2) + B::u32(1));           // idle state 2: beyond the chart's states
     at(15, 0, kIrqEntry, payload::irqEntry(33, "mmc0", k));  // saves CPU 0's busy 1
     at(16, 0, kIrqExit, B::u32(33) + B::u32(1));
     at(17, 1, kIrqEntry, payload::irqEntry(33, "other", k));  // saves CPU 1's busy 0; name stays
+    at(17, 1, kIrqEntry, payload::irqEntry(33, "inner", k));  // nested: saves the outer entry's 1
     at(18, 1, kIrqExit, B::u32(33) + B::u32(1));
+    at(18, 1, kIrqExit, B::u32(33) + B::u32(1));              // so CPU 1 stays busy
     at(19, 0, kSoftEntry, B::u32(3));
     at(20, 0, kSoftExit, B::u32(3));
+    at(20, 1, kSoftExit, B::u32(3));  // no entry on CPU 1: a series of one 0, written empty
     at(21, 0, kRail, payload::kgsl(gpu, B::u32(1), k));  // power state 1
     at(22, 0, kClk, payload::kgsl(gpu, B::u32(1), k));   // power state 3
     at(23, 0, kPwrlevel, payload::kgsl(gpu, B::u32(0) + B::u32(400000000), k));
@@ -64,6 +69,17 @@ TEST_P(TimechartFullDocument, EveryKindOfEntryInItsOrder)
     at(28, 0, kSwitch, payload::schedSwitch(100, 2, 0));
     at(28, 0, kCounters, payload::switchWithCounters(100, 0, 900, l1, l2));
     at(29, 1, kWakeup, payload::schedWakeup(100));
+    // The rest of the power ladder, from both sides; a frequency below 1 MHz.
+    at(30, 0, kBus, payload::kgsl(gpu, B::u32(1), k));     // power state 2
+    at(31, 0, kGpuIrq, payload::kgsl(gpu, B::u32(1), k));  // 4
+    at(32, 0, kGpuIrq, payload::kgsl(gpu, B::u32(0), k));  // 3
+    at(33, 0, kRail, payload::kgsl(gpu, B::u32(0), k));    // 0
+    at(34, 0, kPwrlevel, payload::kgsl(gpu, B::u32(0) + B::u32(999999), k));
+    at(35, 0, kA3xx, payload::kgsl(gpu, B::u32(0x80000000), k));  // RB complete
+    at(36, 0, kA2xx, payload::kgsl(gpu, B::u32(0) + B::u32(0xC0000000), k));  // both bits: the third kind
+    at(37, 0, kZ180, payload::kgsl("kgsl-2d1", B::u32(0x40000000), k));  // a second core, never told apart
+    at(38, 0, kIssue, payload::issue(0, 0, 3, k), 100);  // C2D, not the end of a frame
+    at(39, 0, kIssue, payload::issue(0x100, 5, 1, k), 100);  // failed: not charted
 
     ConverterRun run;
     run.input(b);

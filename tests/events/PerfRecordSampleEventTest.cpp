@@ -3,25 +3,29 @@
 #include <cstring>
 #include <string>
 
-#include "EventWalk.h"
+#include "../timechart/TimechartFixture.h"
 #include "PRSE_sched_switch.h"
 #include "PRSE_sched_switch_64.h"
 #include "PRSE_sched_wakeup.h"
 #include "PRSE_task_newtask.h"
 #include "PRSE_task_newtask_64.h"
+#include "PerfDataBuilder.h"
 #include "PerfFactory.h"
+#include "PerfMemoryReader.h"
+#include "PerfRecordHeaderS.h"
 #include "PerfRecordSample.h"
+#include "PerfRecordSampleEvent.h"
 #include "TracePayloads.h"
 
 using B = PerfDataBuilder;
 
 namespace {
 
-class EventRegistry : public EventWalk {
+class EventRegistry : public TimechartFixture {
 protected:
     void SetUp() override
     {
-        EventWalk::SetUp();
+        TimechartFixture::SetUp();
         // Each test sizes the number table from scratch.
         delete PerfRecordSampleEvent::_functions;
         PerfRecordSampleEvent::_functions = nullptr;
@@ -30,10 +34,15 @@ protected:
 
     static std::vector<PerfRecordCreateFn>& functions() { return *PerfRecordSampleEvent::_functions; }
 
+    // Reads the file header and the event table of a recording.
     static void readTable(const B& builder)
     {
         PerfMemoryReader reader(builder.bytes());
-        EventWalk::readTable(reader);
+        reader.open("memory");
+        PerfRecordHeaderS header;
+        memset(&header, 0, sizeof header);
+        reader.read((char*)&header, (int)sizeof header);
+        PerfRecordSampleEvent::readEvents(reader, &header);
     }
 
     // A wake-up sample of pid 50 on CPU 0 with the event number and time given,
