@@ -59,10 +59,17 @@ uint64_t wordAt(const std::string& bytes, size_t offset)
 // table to 4000, or to its low word plus one; growing past the capacity sets
 // it to the larger of twice the old size and the new size; a low word not
 // below the size then fails the range check.
+// The number of entries the header gives the event table.
+uint32_t declaredEntries(const std::string& image)
+{
+    const uint32_t start = (uint32_t)wordAt(image, 24) + (uint32_t)wordAt(image, 32);
+    return ((uint32_t)wordAt(image, 40) - start) / 72;
+}
+
 bool tableEndsTheRun(const std::string& image)
 {
     const uint32_t start = (uint32_t)wordAt(image, 24) + (uint32_t)wordAt(image, 32);
-    const uint32_t count = ((uint32_t)wordAt(image, 40) - start) / 72;
+    const uint32_t count = declaredEntries(image);
     // A seek to a negative offset fails, and reading goes on behind the header.
     size_t position = (int32_t)start < 0 ? (image.size() < 56 ? image.size() : 56) : start;
     uint64_t size = 0;
@@ -135,7 +142,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::string image(reinterpret_cast<const char*>(data) + 1, size - 1);
     if (tableEndsTheRun(image))
         return -1;
-    convert(data[0], image);
+    // With a verbosity the converter prints a block for every declared entry,
+    // also past the end of the input: millions of them take hours and show
+    // nothing new, so such a table is walked quietly.
+    const uint8_t verboseBit = 16;
+    convert(declaredEntries(image) > 4096 ? (uint8_t)(data[0] & ~verboseBit) : data[0], image);
     resetConverter();
     return 0;
 }
