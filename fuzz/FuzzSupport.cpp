@@ -57,10 +57,7 @@ const std::string& fuzzSandbox()
     return *root;
 }
 
-std::string fuzzSystemRoot()
-{
-    return fuzzSandbox() + "/root";
-}
+std::string fuzzSystemRoot() { return fuzzSandbox() + "/root"; }
 
 void writeWholeFile(const std::string& path, const std::string& contents)
 {

@@ -120,10 +120,19 @@ void traceRecords(B& b, bool k310, bool wide)
         b.tracepoint(0xC0008100, pid, pid, t, cpu, raw, 0x1000 + cpu);
     };
     b.comm(100, 100, "app");
-    tp(100, 0, B::rawArea(kNewtask, wide ? taskNewtask64(101, "worker", kCloneThread) : taskNewtask(101, "worker", kCloneThread), k310));
+    tp(100, 0,
+       B::rawArea(kNewtask,
+                  wide ? taskNewtask64(101, "worker", kCloneThread) : taskNewtask(101, "worker", kCloneThread), k310));
     tp(100, 0, B::rawArea(kWakeupNew, schedWakeup(101, "worker"), k310));
-    tp(0, 0, B::rawArea(kSwitch, wide ? schedSwitch64(0, 0, 100, "swapper/0", "app") : schedSwitch(0, 0, 100, "swapper/0", "app"), k310));
-    tp(0, 1, B::rawArea(kSwitch, wide ? schedSwitch64(0, 0, 101, "swapper/1", "worker") : schedSwitch(0, 0, 101, "swapper/1", "worker"), k310));
+    tp(0, 0,
+       B::rawArea(kSwitch,
+                  wide ? schedSwitch64(0, 0, 100, "swapper/0", "app") : schedSwitch(0, 0, 100, "swapper/0", "app"),
+                  k310));
+    tp(0, 1,
+       B::rawArea(
+           kSwitch,
+           wide ? schedSwitch64(0, 0, 101, "swapper/1", "worker") : schedSwitch(0, 0, 101, "swapper/1", "worker"),
+           k310));
     // The interrupt's name: a location word behind the number, counted from the start of the raw area.
     const uint32_t nameAt = (k310 ? 8 : 12) + 8;
     tp(100, 0, B::rawArea(kIrqEntry, B::u32(30) + B::u32(nameAt | (6u << 16)) + "timer" + '\0', k310));
@@ -132,18 +141,28 @@ void traceRecords(B& b, bool k310, bool wide)
     tp(100, 0, B::rawArea(kSoftirqExit, B::u32(1), k310));
     tp(101, 1, B::rawArea(kRename, taskRename(101, "worker", "render"), k310));
     tp(101, 1, B::rawArea(kSwitchCounters, switchWithCounters(101, 0, 123456, l1, l2), k310));
-    tp(101, 1, B::rawArea(kSwitch, wide ? schedSwitch64(101, 1, 0, "render", "swapper/1") : schedSwitch(101, 1, 0, "render", "swapper/1"), k310));
+    tp(101, 1,
+       B::rawArea(
+           kSwitch,
+           wide ? schedSwitch64(101, 1, 0, "render", "swapper/1") : schedSwitch(101, 1, 0, "render", "swapper/1"),
+           k310));
     tp(0, 1, B::rawArea(kCpuIdle, B::u32(1) + B::u32(1), k310));
     tp(0, 1, B::rawArea(kCpuFrequency, B::u32(1200000) + B::u32(1), k310));
     tp(100, 0, B::rawArea(kWakeup, schedWakeup(101, "render"), k310));
     tp(100, 0, named(kGpuRail, B::u32(1), "kgsl-3d0", k310));
     tp(100, 0, named(kGpuPwrlevel, B::u32(0) + B::u32(400000000), "kgsl-3d0", k310));
-    tp(100, 0, named(kGpuIssue, B::u32(0) + B::u32(0) + B::u32(0) + B::u32(0) + B::u32(2) + B::u32(0) + B::u32(1), "kgsl-3d0", k310));
+    tp(100, 0,
+       named(kGpuIssue, B::u32(0) + B::u32(0) + B::u32(0) + B::u32(0) + B::u32(2) + B::u32(0) + B::u32(1), "kgsl-3d0",
+             k310));
     tp(100, 0, B::rawArea(kGpuWaitEntry, B::u32(0) + B::u32(0) + B::u32(0), k310));
     tp(100, 0, named(kGpuIrq, B::u32(1), "kgsl-3d0", k310));
     tp(100, 0, named(kGpuA3xx, B::u32(0x10), "kgsl-3d0", k310));
     tp(100, 0, B::rawArea(kGpuWaitExit, B::u32(0) + B::u32(0), k310));
-    tp(101, 1, B::rawArea(kSwitch, wide ? schedSwitch64(0, 0, 101, "swapper/1", "render") : schedSwitch(0, 0, 101, "swapper/1", "render"), k310));
+    tp(101, 1,
+       B::rawArea(
+           kSwitch,
+           wide ? schedSwitch64(0, 0, 101, "swapper/1", "render") : schedSwitch(0, 0, 101, "swapper/1", "render"),
+           k310));
     // A trace-point of a number the table does not hold, and one past it.
     tp(100, 0, B::rawArea(3999, schedWakeup(5), k310));
     tp(100, 0, B::rawArea(4001, schedWakeup(5), k310));
@@ -201,7 +220,9 @@ std::vector<std::pair<std::string, std::string>> seeds()
     // name, a number of 2^32 and more that shrinks the table, repeats, a
     // table cut short of a whole entry, and a data offset ahead of the table.
     B grow;
-    grow.eventType(5000, "sched:sched_wakeup").eventType(70000, "sched:sched_switch").eventType(5000, "task:task_rename");
+    grow.eventType(5000, "sched:sched_wakeup")
+        .eventType(70000, "sched:sched_switch")
+        .eventType(5000, "task:task_rename");
     grow.tracepoint(0, 1, 1, 10, 0, B::rawArea(5000, payload::taskRename(1, "a", "b")));
     add("table-grows", kTimechart, grow);
     B shrink;

@@ -36,10 +36,7 @@
 
 namespace {
 
-std::string nmListPath()
-{
-    return fuzzSandbox() + "/tmp/nm-list";
-}
+std::string nmListPath() { return fuzzSandbox() + "/tmp/nm-list"; }
 
 // Looks up the bounds of every symbol and a few addresses around them, marks
 // what it finds as used, and writes the used rows.
@@ -48,8 +45,8 @@ void exercise(SymbolTable& table)
     size_t probes = 0;
     for (size_t i = 0; i < table._elements.size() && probes < 256; i++, probes++) {
         const SymbolTableElement* element = table._elements[i];
-        for (unsigned long long address : {element->_address, element->_address + element->_size,
-                                           element->_address - 1, element->_address + element->_size + 1}) {
+        for (unsigned long long address : {element->_address, element->_address + element->_size, element->_address - 1,
+                                           element->_address + element->_size + 1}) {
             SymbolTableElement* found = table.findElement(address);
             if (found != nullptr)
                 found->markUsed(address);

@@ -16,10 +16,7 @@
 
 namespace {
 
-std::string traceFilePath()
-{
-    return fuzzSystemRoot() + SystemFiles::traceFile;
-}
+std::string traceFilePath() { return fuzzSystemRoot() + SystemFiles::traceFile; }
 
 // A marker's name lies between the second and third commas after the event
 // name, and its arguments are the whole rest of the line.
@@ -33,7 +30,8 @@ void checkMarker(const std::string& line)
         abort();
     if (marker.name.find(',') != std::string::npos)
         abort();
-    if (marker.args.size() > line.size() || line.compare(line.size() - marker.args.size(), std::string::npos, marker.args) != 0)
+    if (marker.args.size() > line.size() ||
+        line.compare(line.size() - marker.args.size(), std::string::npos, marker.args) != 0)
         abort();
     if (line.find("," + marker.name + "," + marker.args, event) == std::string::npos)
         abort();

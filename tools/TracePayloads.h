@@ -12,8 +12,8 @@ namespace payload {
 
 using B = PerfDataBuilder;
 
-inline std::string schedSwitch(int32_t prevPid, uint32_t prevState, int32_t nextPid, const std::string& prevComm = "prev",
-                               const std::string& nextComm = "next")
+inline std::string schedSwitch(int32_t prevPid, uint32_t prevState, int32_t nextPid,
+                               const std::string& prevComm = "prev", const std::string& nextComm = "next")
 {
     return B::fixed(prevComm, 16) + B::u32((uint32_t)prevPid) + B::u32(120) + B::u32(prevState) +
            B::fixed(nextComm, 16) + B::u32((uint32_t)nextPid) + B::u32(120);

@@ -5,10 +5,7 @@
 #include "PerfFactory.h"
 #include "Settings.h"
 
-size_t EventPayload::startForKernel()
-{
-    return kern_ver < kVersion310 ? kStartBefore310 : kStartFrom310;
-}
+size_t EventPayload::startForKernel() { return kern_ver < kVersion310 ? kStartBefore310 : kStartFrom310; }
 
 EventPayload::EventPayload(const void* record) : EventPayload(record, startForKernel()) {}
 

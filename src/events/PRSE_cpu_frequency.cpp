@@ -16,7 +16,6 @@ const size_t kCpuId = 4;
 PRSE_cpu_frequency::PRSE_cpu_frequency(PerfRecordSampleEventS* record) : TracePointDecoder(record)
 {
     const EventPayload payload(record);
-    TimechartManager::Instance()->addValueToCPUChart(payload.time(), (int)payload.u32(kCpuId),
-                                                     TimechartManager::kCpuFrequency,
-                                                     (int)(payload.u32(kState) / 1000));
+    TimechartManager::Instance()->addValueToCPUChart(
+        payload.time(), (int)payload.u32(kCpuId), TimechartManager::kCpuFrequency, (int)(payload.u32(kState) / 1000));
 }

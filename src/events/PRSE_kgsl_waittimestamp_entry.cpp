@@ -6,8 +6,7 @@
 
 static PerfRecordSampleFactoryRegister f("kgsl:kgsl_waittimestamp_entry", PRSE_kgsl_waittimestamp_entry::factory);
 
-PRSE_kgsl_waittimestamp_entry::PRSE_kgsl_waittimestamp_entry(PerfRecordSampleEventS* record)
-    : TracePointDecoder(record)
+PRSE_kgsl_waittimestamp_entry::PRSE_kgsl_waittimestamp_entry(PerfRecordSampleEventS* record) : TracePointDecoder(record)
 {
     const EventPayload payload(record);
     TimechartManager::Instance()->addStatusToProcessChart(payload.time(), payload.commonPid(),

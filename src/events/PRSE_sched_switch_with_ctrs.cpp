@@ -17,8 +17,7 @@ const size_t kL2 = 28;  // two deltas
 
 }  // namespace
 
-PRSE_sched_switch_with_ctrs::PRSE_sched_switch_with_ctrs(PerfRecordSampleEventS* record)
-    : TracePointDecoder(record)
+PRSE_sched_switch_with_ctrs::PRSE_sched_switch_with_ctrs(PerfRecordSampleEventS* record) : TracePointDecoder(record)
 {
     const EventPayload payload(record);
     unsigned int l1[4];

@@ -16,6 +16,5 @@ PRSE_softirq_entry::PRSE_softirq_entry(PerfRecordSampleEventS* record) : TracePo
 {
     const EventPayload payload(record);
     TimechartManager::Instance()->addValueToIRQChart(
-        payload.time(), (int)(payload.u32(kVector) + (uint32_t)TimechartManager::kSoftIrqBase), 1,
-        (int)payload.cpu());
+        payload.time(), (int)(payload.u32(kVector) + (uint32_t)TimechartManager::kSoftIrqBase), 1, (int)payload.cpu());
 }

@@ -16,6 +16,5 @@ PRSE_softirq_exit::PRSE_softirq_exit(PerfRecordSampleEventS* record) : TracePoin
 {
     const EventPayload payload(record);
     TimechartManager::Instance()->addValueToIRQChart(
-        payload.time(), (int)(payload.u32(kVector) + (uint32_t)TimechartManager::kSoftIrqBase), 0,
-        (int)payload.cpu());
+        payload.time(), (int)(payload.u32(kVector) + (uint32_t)TimechartManager::kSoftIrqBase), 0, (int)payload.cpu());
 }

@@ -19,10 +19,7 @@ uint64_t PerfRecordSampleEvent::_tableCapacity = 0;
 namespace {
 
 // The address of a factory, for the verbose lines.
-unsigned int addressOf(PerfRecordCreateFn function)
-{
-    return (unsigned int)reinterpret_cast<uintptr_t>(function);
-}
+unsigned int addressOf(PerfRecordCreateFn function) { return (unsigned int)reinterpret_cast<uintptr_t>(function); }
 
 }  // namespace
 
@@ -36,15 +33,9 @@ PerfRecordSampleEvent::PerfRecordSampleEvent(PerfRecordSampleEventS* record)
 
 PerfRecordSampleEvent::~PerfRecordSampleEvent() = default;
 
-int PerfRecordSampleEvent::_out(PerfJSONWriter&)
-{
-    return 0;
-}
+int PerfRecordSampleEvent::_out(PerfJSONWriter&) { return 0; }
 
-int PerfRecordSampleEvent::process(PerfRecordSampleEventS*)
-{
-    return 1;
-}
+int PerfRecordSampleEvent::process(PerfRecordSampleEventS*) { return 1; }
 
 void PerfRecordSampleEvent::initVectors()
 {
@@ -74,7 +65,7 @@ void PerfRecordSampleEvent::registerEvent64(const char* name, PerfRecordCreateFn
 }
 
 PerfRecordCreateFn PerfRecordSampleEvent::_find(const std::vector<PerfNameToFunctionS>& table, const char* name,
-                                               const char* verboseFormat)
+                                                const char* verboseFormat)
 {
     for (const PerfNameToFunctionS& entry : table) {
         verbose(1, verboseFormat, name, entry.name);
@@ -136,7 +127,7 @@ void PerfRecordSampleEvent::readEvents(PerfReader& reader, PerfRecordHeaderS* he
 
     reader.seek((int)start);
     verbose(1, "Seek to %x (%llx+%llx) c:%d\n", start, (unsigned long long)header->attrsSize,
-               (unsigned long long)header->attrsOffset, (int)count);
+            (unsigned long long)header->attrsOffset, (int)count);
 
     PerfEventTypeS entry;
     memset(&entry, 0, sizeof entry);

@@ -13,17 +13,28 @@ namespace {
 
 // The trace-points that zelconv decodes; samples of others it passes over.
 const char* const kDecodedEvents[] = {
-    "sched:sched_switch",    "perf_trace_counters:sched_switch_with_ctrs",
-    "sched:sched_wakeup",    "sched:sched_wakeup_new",
-    "task:task_newtask",     "task:task_rename",
-    "power:cpu_idle",        "power:cpu_frequency",
-    "irq:irq_handler_entry", "irq:irq_handler_exit",
-    "irq:softirq_entry",     "irq:softirq_exit",
-    "kgsl:kgsl_a2xx_irq_status", "kgsl:kgsl_a3xx_irq_status",
-    "kgsl:kgsl_z180_irq_status", "kgsl:kgsl_irq",
-    "kgsl:kgsl_bus",         "kgsl:kgsl_rail",
-    "kgsl:kgsl_clk",         "kgsl:kgsl_pwrlevel",
-    "kgsl:kgsl_issueibcmds", "kgsl:kgsl_waittimestamp_entry",
+    "sched:sched_switch",
+    "perf_trace_counters:sched_switch_with_ctrs",
+    "sched:sched_wakeup",
+    "sched:sched_wakeup_new",
+    "task:task_newtask",
+    "task:task_rename",
+    "power:cpu_idle",
+    "power:cpu_frequency",
+    "irq:irq_handler_entry",
+    "irq:irq_handler_exit",
+    "irq:softirq_entry",
+    "irq:softirq_exit",
+    "kgsl:kgsl_a2xx_irq_status",
+    "kgsl:kgsl_a3xx_irq_status",
+    "kgsl:kgsl_z180_irq_status",
+    "kgsl:kgsl_irq",
+    "kgsl:kgsl_bus",
+    "kgsl:kgsl_rail",
+    "kgsl:kgsl_clk",
+    "kgsl:kgsl_pwrlevel",
+    "kgsl:kgsl_issueibcmds",
+    "kgsl:kgsl_waittimestamp_entry",
     "kgsl:kgsl_waittimestamp_exit",
 };
 
@@ -135,10 +146,7 @@ std::string kernelVersion(const std::string& release)
     return std::to_string(major) + "." + std::to_string(minor);
 }
 
-bool userMode(uint16_t misc)
-{
-    return (misc & PERF_RECORD_MISC_CPUMODE_MASK) == PERF_RECORD_MISC_USER;
-}
+bool userMode(uint16_t misc) { return (misc & PERF_RECORD_MISC_CPUMODE_MASK) == PERF_RECORD_MISC_USER; }
 
 }  // namespace
 
@@ -181,9 +189,8 @@ void Importer::describeEvents(PerfDataBuilder& out)
             event.name = *typeName->second;
         if (event.name.empty())
             event.name = "trace-point " + std::to_string(id);
-        event.decoded = std::find_if(std::begin(kDecodedEvents), std::end(kDecodedEvents), [&](const char* name) {
-                            return event.name == name;
-                        }) != std::end(kDecodedEvents);
+        event.decoded = std::find_if(std::begin(kDecodedEvents), std::end(kDecodedEvents),
+                                     [&](const char* name) { return event.name == name; }) != std::end(kDecodedEvents);
         if (id >= kEventTableSize) {
             while (used.count(spare) != 0)
                 spare++;
@@ -274,7 +281,8 @@ void Importer::writeComm(std::string_view body, PerfDataBuilder& out)
 // as perf shows it.
 void Importer::writeFork(std::string_view body, PerfDataBuilder& out)
 {
-    const uint32_t pid = fieldAt<uint32_t>(body, 0), tid = fieldAt<uint32_t>(body, 8), parentTid = fieldAt<uint32_t>(body, 12);
+    const uint32_t pid = fieldAt<uint32_t>(body, 0), tid = fieldAt<uint32_t>(body, 8),
+                   parentTid = fieldAt<uint32_t>(body, 12);
     auto parent = _threadNames.find(parentTid);
     if (parent == _threadNames.end() || parentTid == tid) {
         drop("FORK: parent has no name");
@@ -297,7 +305,8 @@ void Importer::writeFork(std::string_view body, PerfDataBuilder& out)
 void Importer::writeMmap(const PerfFileRecord& record, std::string_view body, PerfDataBuilder& out)
 {
     const uint32_t pid = fieldAt<uint32_t>(body, 0), tid = fieldAt<uint32_t>(body, 4);
-    const uint64_t start = fieldAt<uint64_t>(body, 8), length = fieldAt<uint64_t>(body, 16), pgoff = fieldAt<uint64_t>(body, 24);
+    const uint64_t start = fieldAt<uint64_t>(body, 8), length = fieldAt<uint64_t>(body, 16),
+                   pgoff = fieldAt<uint64_t>(body, 24);
     std::string name = textAt(body, record.type == PERF_RECORD_MMAP ? 32 : 64);
     if (name.size() > kMmapNameFits) {
         name.resize(kMmapNameFits);
@@ -375,15 +384,15 @@ struct FieldUse {
 };
 
 const FieldUse kFieldUses[] = {
-    {"sched:sched_switch", "prev_pid", 16, 16},   {"sched:sched_switch", "prev_state", 24, 24},
-    {"sched:sched_switch", "next_pid", 44, 48},   {"sched:sched_wakeup", "pid", 16, 0},
-    {"sched:sched_wakeup_new", "pid", 16, 0},     {"task:task_newtask", "pid", 0, 0},
-    {"task:task_newtask", "comm", 4, 4},          {"task:task_newtask", "clone_flags", 20, 24},
-    {"task:task_rename", "pid", 0, 0},            {"task:task_rename", "newcomm", 20, 0},
-    {"power:cpu_idle", "state", 0, 0},            {"power:cpu_idle", "cpu_id", 4, 0},
-    {"power:cpu_frequency", "state", 0, 0},       {"power:cpu_frequency", "cpu_id", 4, 0},
-    {"irq:irq_handler_entry", "irq", 0, 0},       {"irq:irq_handler_entry", "name", 4, 0},
-    {"irq:irq_handler_exit", "irq", 0, 0},        {"irq:softirq_entry", "vec", 0, 0},
+    {"sched:sched_switch", "prev_pid", 16, 16}, {"sched:sched_switch", "prev_state", 24, 24},
+    {"sched:sched_switch", "next_pid", 44, 48}, {"sched:sched_wakeup", "pid", 16, 0},
+    {"sched:sched_wakeup_new", "pid", 16, 0},   {"task:task_newtask", "pid", 0, 0},
+    {"task:task_newtask", "comm", 4, 4},        {"task:task_newtask", "clone_flags", 20, 24},
+    {"task:task_rename", "pid", 0, 0},          {"task:task_rename", "newcomm", 20, 0},
+    {"power:cpu_idle", "state", 0, 0},          {"power:cpu_idle", "cpu_id", 4, 0},
+    {"power:cpu_frequency", "state", 0, 0},     {"power:cpu_frequency", "cpu_id", 4, 0},
+    {"irq:irq_handler_entry", "irq", 0, 0},     {"irq:irq_handler_entry", "name", 4, 0},
+    {"irq:irq_handler_exit", "irq", 0, 0},      {"irq:softirq_entry", "vec", 0, 0},
     {"irq:softirq_exit", "vec", 0, 0},
 };
 
@@ -399,10 +408,10 @@ std::vector<std::string> Importer::payloadProblems(const std::string& env) const
         auto format = _formats.find(use.event);
         if (format == _formats.end())
             continue;
-        const bool own64 = is64 && (std::string(use.event) == "sched:sched_switch" ||
-                                    std::string(use.event) == "task:task_newtask");
-        const uint32_t expected = own64 ? 8 + (use.offset64 != 0 ? use.offset64 : use.offset)
-                                        : (before310 ? 12 : 8) + use.offset;
+        const bool own64 =
+            is64 && (std::string(use.event) == "sched:sched_switch" || std::string(use.event) == "task:task_newtask");
+        const uint32_t expected =
+            own64 ? 8 + (use.offset64 != 0 ? use.offset64 : use.offset) : (before310 ? 12 : 8) + use.offset;
         const TraceField* field = format->second.field(use.field);
         if (field == nullptr)
             problems.push_back(std::string(use.event) + " has no field " + use.field + ", which zelconv reads");
@@ -420,8 +429,8 @@ std::string Importer::environment() const
     const std::string version = kernelVersion(_file.osRelease());
     if (!version.empty())
         out += "kern_ver=" + version + " ";
-    static const std::set<std::string> arch64 = {"aarch64", "arm64", "x86_64", "ppc64", "ppc64le", "mips64",
-                                                  "riscv64", "s390x", "sparc64", "loongarch64"};
+    static const std::set<std::string> arch64 = {"aarch64", "arm64",   "x86_64", "ppc64",   "ppc64le",
+                                                 "mips64",  "riscv64", "s390x",  "sparc64", "loongarch64"};
     // The kernel's own word width where the tracing data shows it: a 32-bit
     // perf on a 64-bit kernel reports a 32-bit machine ("armv8l").
     bool is64 = _longSize == 8;
@@ -461,8 +470,8 @@ std::string Importer::summary() const
     if (!_tracingProblem.empty())
         line("tracing data: " + _tracingProblem);
     if (_chainsTrimmed != 0)
-        line("call chains trimmed to their first " + std::to_string(kChainFits) + " entries: " +
-             std::to_string(_chainsTrimmed));
+        line("call chains trimmed to their first " + std::to_string(kChainFits) +
+             " entries: " + std::to_string(_chainsTrimmed));
     if (_namesShortened != 0)
         line("names shortened to fit zelconv's 256-byte records: " + std::to_string(_namesShortened));
     if (_firstTime <= _lastTime)

@@ -3,20 +3,11 @@
 #include <fstream>
 #include <stdexcept>
 
-std::string PerfDataBuilder::u16(uint16_t v)
-{
-    return std::string{(char)(v & 0xff), (char)(v >> 8)};
-}
+std::string PerfDataBuilder::u16(uint16_t v) { return std::string{(char)(v & 0xff), (char)(v >> 8)}; }
 
-std::string PerfDataBuilder::u32(uint32_t v)
-{
-    return u16((uint16_t)v) + u16((uint16_t)(v >> 16));
-}
+std::string PerfDataBuilder::u32(uint32_t v) { return u16((uint16_t)v) + u16((uint16_t)(v >> 16)); }
 
-std::string PerfDataBuilder::u64(uint64_t v)
-{
-    return u32((uint32_t)v) + u32((uint32_t)(v >> 32));
-}
+std::string PerfDataBuilder::u64(uint64_t v) { return u32((uint32_t)v) + u32((uint32_t)(v >> 32)); }
 
 std::string PerfDataBuilder::text8(const std::string& s)
 {
@@ -80,8 +71,8 @@ PerfDataBuilder& PerfDataBuilder::mmap(uint32_t pid, uint32_t tid, uint64_t star
 PerfDataBuilder& PerfDataBuilder::sample(uint64_t ip, uint32_t pid, uint32_t tid, uint64_t time, uint32_t cpu,
                                          uint64_t period, const std::vector<uint64_t>& callchain)
 {
-    std::string body = u64(ip) + u32(pid) + u32(tid) + u64(time) + u32(cpu) + u32(0) + u64(period) +
-                       u64(callchain.size());
+    std::string body =
+        u64(ip) + u32(pid) + u32(tid) + u64(time) + u32(cpu) + u32(0) + u64(period) + u64(callchain.size());
     for (uint64_t address : callchain)
         body += u64(address);
     return record(9, body);
@@ -90,8 +81,8 @@ PerfDataBuilder& PerfDataBuilder::sample(uint64_t ip, uint32_t pid, uint32_t tid
 PerfDataBuilder& PerfDataBuilder::tracepoint(uint64_t ip, uint32_t pid, uint32_t tid, uint64_t time, uint32_t cpu,
                                              const std::string& raw, uint64_t id)
 {
-    std::string body = u64(ip) + u32(pid) + u32(tid) + u64(time) + u64(id) + u32(cpu) + u32(0) +
-                       u32((uint32_t)raw.size()) + raw;
+    std::string body =
+        u64(ip) + u32(pid) + u32(tid) + u64(time) + u64(id) + u32(cpu) + u32(0) + u32((uint32_t)raw.size()) + raw;
     while (body.size() % 8 != 0)
         body.push_back('\0');
     return record(9, body);

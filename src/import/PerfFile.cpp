@@ -24,10 +24,7 @@ const size_t kFileHeaderSize = 104, kPipeHeaderSize = 16;
 const uint16_t kBuildIdHasSize = 1 << 15;
 
 // Whether [offset, offset + size) lies inside a buffer of `total` bytes.
-bool inside(uint64_t offset, uint64_t size, size_t total)
-{
-    return offset <= total && size <= total - offset;
-}
+bool inside(uint64_t offset, uint64_t size, size_t total) { return offset <= total && size <= total - offset; }
 
 // A text that perf writes as a 32-bit length and the padded, NUL-terminated
 // characters; advances `at`. Empty and `ok` false when it does not fit.
@@ -80,20 +77,14 @@ private:
     bool _ok = true;
 };
 
-int bits(uint64_t mask)
-{
-    return __builtin_popcountll(mask);
-}
+int bits(uint64_t mask) { return __builtin_popcountll(mask); }
 
 const uint64_t kTrailerFields = PERF_SAMPLE_TID | PERF_SAMPLE_TIME | PERF_SAMPLE_ID | PERF_SAMPLE_STREAM_ID |
                                 PERF_SAMPLE_CPU | PERF_SAMPLE_IDENTIFIER;
 
 }  // namespace
 
-uint64_t PerfSample::chainEntry(size_t i) const
-{
-    return fieldAt<uint64_t>(callchain, i * 8);
-}
+uint64_t PerfSample::chainEntry(size_t i) const { return fieldAt<uint64_t>(callchain, i * 8); }
 
 PerfFile::PerfFile(std::string bytes) : _bytes(std::move(bytes))
 {
@@ -145,7 +136,8 @@ void PerfFile::readFile()
         return;
     }
     for (uint64_t at = attrsOffset; attrsOffset + attrsSize - at >= attrSize; at += attrSize) {
-        const uint64_t idsOffset = fieldAt<uint64_t>(all, at + attrSize - 16), idsSize = fieldAt<uint64_t>(all, at + attrSize - 8);
+        const uint64_t idsOffset = fieldAt<uint64_t>(all, at + attrSize - 16),
+                       idsSize = fieldAt<uint64_t>(all, at + attrSize - 8);
         if (!inside(idsOffset, idsSize, all.size())) {
             _error = "an attribute's ids lie outside the file";
             return;
@@ -205,8 +197,8 @@ void PerfFile::readRecords(size_t begin, size_t end)
         else if (_pipe && record.type == kHeaderTracingData)
             trailing = fieldAt<uint32_t>(body, 0);
         if (trailing > end - next) {
-            _damage = "the data is cut at byte " + std::to_string(next) + ", inside the " +
-                      std::to_string(trailing) + " bytes that follow a record of type " + std::to_string(record.type);
+            _damage = "the data is cut at byte " + std::to_string(next) + ", inside the " + std::to_string(trailing) +
+                      " bytes that follow a record of type " + std::to_string(record.type);
             return;
         }
         if (_pipe) {
@@ -337,9 +329,10 @@ PerfFile::SampleResult PerfFile::sample(const PerfFileRecord& record, PerfSample
     out.attr = &_attrs.front();
     const uint64_t first = _attrs.front().attr.sample_type;
     if (_attrs.size() > 1 && (first & (PERF_SAMPLE_IDENTIFIER | PERF_SAMPLE_ID)) != 0) {
-        const size_t at = (first & PERF_SAMPLE_IDENTIFIER) != 0
-                              ? 0
-                              : 8 * bits(first & (PERF_SAMPLE_IP | PERF_SAMPLE_TID | PERF_SAMPLE_TIME | PERF_SAMPLE_ADDR));
+        const size_t at =
+            (first & PERF_SAMPLE_IDENTIFIER) != 0
+                ? 0
+                : 8 * bits(first & (PERF_SAMPLE_IP | PERF_SAMPLE_TID | PERF_SAMPLE_TIME | PERF_SAMPLE_ADDR));
         if (at + 8 > body.size())
             return kSampleShort;
         out.attr = attrById(fieldAt<uint64_t>(body, at));

@@ -4,9 +4,7 @@
 
 namespace fs = std::filesystem;
 
-SymbolLinks::SymbolLinks(std::string folder, std::string root) : _folder(std::move(folder)), _root(std::move(root))
-{
-}
+SymbolLinks::SymbolLinks(std::string folder, std::string root) : _folder(std::move(folder)), _root(std::move(root)) {}
 
 bool SymbolLinks::prepare()
 {

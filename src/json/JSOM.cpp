@@ -73,7 +73,8 @@ JSOM::JSOM(JSONData* parent, const char* key) : _parent(parent), _kind(KIND_CHAR
   if (parent != nullptr) parent->addReference();
 }
 
-JSOM::JSOM(JSONData* parent, const std::string& key) : _parent(parent), _kind(KIND_STRING_KEY), _ref() {
+JSOM::JSOM(JSONData* parent, const std::string& key)
+    : _parent(parent), _kind(KIND_STRING_KEY), _ref() {
   _ref.key = &key;
   if (parent != nullptr) parent->addReference();
 }
@@ -176,14 +177,20 @@ JSOM JSOM::findIndex(int index, const char* name, const char* infoName) {
 
 // The string form of at() hands makeInfoNode the name of operator[]: the
 // names in messages are part of the interface and kept as they are.
-JSOM JSOM::at(const std::string& key) { return findKey(&key, "at(string &)", "operator[](string &)"); }
+JSOM JSOM::at(const std::string& key) {
+  return findKey(&key, "at(string &)", "operator[](string &)");
+}
 JSOM JSOM::at(const char* key) { return findKey(key, "at(char *)", "at(char *)"); }
 JSOM JSOM::at(int index) { return findIndex(index, "at(int32_t)", "at(int32_t)"); }
 JSOM JSOM::operator[](const std::string& key) {
   return findKey(&key, "operator[](string &)", "operator[](string &)");
 }
-JSOM JSOM::operator[](const char* key) { return findKey(key, "operator[](char *)", "operator[](char *)"); }
-JSOM JSOM::operator[](int index) { return findIndex(index, "operator[](int32_t)", "operator[](int32_t)"); }
+JSOM JSOM::operator[](const char* key) {
+  return findKey(key, "operator[](char *)", "operator[](char *)");
+}
+JSOM JSOM::operator[](int index) {
+  return findIndex(index, "operator[](int32_t)", "operator[](int32_t)");
+}
 
 // ---- Value accessors ----
 
@@ -193,8 +200,7 @@ int64_t JSOM::longValue(int64_t defaultValue) const {
   switch (node->_type) {
     case JSONData::TYPE_LONG:
     case JSONData::TYPE_DOUBLE:
-    case JSONData::TYPE_BOOLEAN:
-      return node->longValue();
+    case JSONData::TYPE_BOOLEAN: return node->longValue();
     case JSONData::TYPE_STRING: {
       if (!isPlainNumber(*node->_value.string, false)) return defaultValue;
       JSONData parsed;
@@ -202,8 +208,7 @@ int64_t JSOM::longValue(int64_t defaultValue) const {
       node->setLong(parsed.longValue());
       return node->_value.integer;
     }
-    default:
-      return defaultValue;
+    default: return defaultValue;
   }
 }
 
@@ -213,8 +218,7 @@ double JSOM::doubleValue(double defaultValue) const {
   switch (node->_type) {
     case JSONData::TYPE_LONG:
     case JSONData::TYPE_DOUBLE:
-    case JSONData::TYPE_BOOLEAN:
-      return node->doubleValue();
+    case JSONData::TYPE_BOOLEAN: return node->doubleValue();
     case JSONData::TYPE_STRING: {
       if (!isPlainNumber(*node->_value.string, true)) return defaultValue;
       JSONData parsed;
@@ -222,8 +226,7 @@ double JSOM::doubleValue(double defaultValue) const {
       node->setDouble(parsed.doubleValue());
       return node->_value.real;
     }
-    default:
-      return defaultValue;
+    default: return defaultValue;
   }
 }
 
@@ -231,15 +234,11 @@ bool JSOM::booleanValue(bool defaultValue) const {
   if (_kind != KIND_NODE) return defaultValue;
   JSONData* node = _ref.node;
   switch (node->_type) {
-    case JSONData::TYPE_BOOLEAN:
-      return node->_value.boolean;
+    case JSONData::TYPE_BOOLEAN: return node->_value.boolean;
     case JSONData::TYPE_LONG:
-    case JSONData::TYPE_DOUBLE:
-      return node->longValue() != 0;
-    case JSONData::TYPE_STRING:
-      break;
-    default:
-      return defaultValue;
+    case JSONData::TYPE_DOUBLE: return node->longValue() != 0;
+    case JSONData::TYPE_STRING: break;
+    default: return defaultValue;
   }
   // Recognised words, by length; each byte is compared with 0x20 set, which
   // folds letters to lower case. "false" and "no" are not among them.
@@ -261,8 +260,7 @@ bool JSOM::booleanValue(bool defaultValue) const {
     case 4:
       if (folded == "true") verdict = 1;
       break;
-    default:
-      break;
+    default: break;
   }
   if (verdict < 0) return defaultValue;
   node->setBoolean(verdict == 1);
@@ -275,11 +273,8 @@ const std::string* JSOM::convertToString() const {
   if (_kind != KIND_NODE) return nullptr;
   JSONData* node = _ref.node;
   switch (node->_type) {
-    case JSONData::TYPE_STRING:
-      break;
-    case JSONData::TYPE_BOOLEAN:
-      node->setString(node->_value.boolean ? "true" : "false");
-      break;
+    case JSONData::TYPE_STRING: break;
+    case JSONData::TYPE_BOOLEAN: node->setString(node->_value.boolean ? "true" : "false"); break;
     case JSONData::TYPE_LONG:
     case JSONData::TYPE_DOUBLE: {
       std::string text;
@@ -287,8 +282,7 @@ const std::string* JSOM::convertToString() const {
       node->setString(text);
       break;
     }
-    default:
-      return nullptr;
+    default: return nullptr;
   }
   return node->_value.string;
 }
@@ -375,10 +369,18 @@ JSOM& JSOM::copy(const JSOM& source) {
 }
 
 bool JSOM::isNull() const { return _kind == KIND_NODE && _ref.node->_type == JSONData::TYPE_NULL; }
-bool JSOM::isBoolean() const { return _kind == KIND_NODE && _ref.node->_type == JSONData::TYPE_BOOLEAN; }
-bool JSOM::isObject() const { return _kind == KIND_NODE && _ref.node->_type == JSONData::TYPE_OBJECT; }
-bool JSOM::isArray() const { return _kind == KIND_NODE && _ref.node->_type == JSONData::TYPE_ARRAY; }
-bool JSOM::isString() const { return _kind == KIND_NODE && _ref.node->_type == JSONData::TYPE_STRING; }
+bool JSOM::isBoolean() const {
+  return _kind == KIND_NODE && _ref.node->_type == JSONData::TYPE_BOOLEAN;
+}
+bool JSOM::isObject() const {
+  return _kind == KIND_NODE && _ref.node->_type == JSONData::TYPE_OBJECT;
+}
+bool JSOM::isArray() const {
+  return _kind == KIND_NODE && _ref.node->_type == JSONData::TYPE_ARRAY;
+}
+bool JSOM::isString() const {
+  return _kind == KIND_NODE && _ref.node->_type == JSONData::TYPE_STRING;
+}
 bool JSOM::isNumber() const {
   return _kind == KIND_NODE &&
          (_ref.node->_type == JSONData::TYPE_LONG || _ref.node->_type == JSONData::TYPE_DOUBLE);
@@ -423,7 +425,8 @@ JSOM& JSOM::fromFile(const char* name) {
   // Sizes are those of a 32-bit long: what cannot be held there plus one
   // (and a failed size query) counts as an allocation failure.
   char* buffer = nullptr;
-  if (size >= 0 && size < INT32_MAX) buffer = static_cast<char*>(std::malloc(static_cast<size_t>(size) + 1));
+  if (size >= 0 && size < INT32_MAX)
+    buffer = static_cast<char*>(std::malloc(static_cast<size_t>(size) + 1));
   if (buffer == nullptr) {
     report(kName, "could not allocate memory");
     std::fclose(file);
@@ -458,7 +461,8 @@ bool JSOM::toFile(const char* name, int precision) const {
 
 std::istream& JSOM::fromStream(std::istream& stream) {
   if (stream.rdstate() & std::ios::failbit) return stream;
-  if (!ensureNode("fromStream()") || !_ref.node->setFromStream(stream)) stream.setstate(std::ios::failbit);
+  if (!ensureNode("fromStream()") || !_ref.node->setFromStream(stream))
+    stream.setstate(std::ios::failbit);
   return stream;
 }
 

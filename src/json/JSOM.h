@@ -29,10 +29,10 @@ class JSOM {
     KIND_INVALID = 5,     // the result of a failure; never changes
   };
 
-  static JSOM JERROR;                    // invalid handle returned by failures
-  static const JSOM BLANK;               // a handle on nothing
+  static JSOM JERROR;       // invalid handle returned by failures
+  static const JSOM BLANK;  // a handle on nothing
   static const std::string EMPTY_STRING;
-  static int defaultPrecision;           // decimals when numbers become strings
+  static int defaultPrecision;  // decimals when numbers become strings
 
   JSOM();
   explicit JSOM(JSONData* node);

@@ -12,8 +12,7 @@ namespace {
 
 // A newline followed by 50 spaces: the pretty printer's indents are prefixes
 // of it, one space per level.
-const char indentBuffer[52] =
-    "\n                                                  ";
+const char indentBuffer[52] = "\n                                                  ";
 
 void appendIndent(std::string& out, int count) {
   if (count > 0) out.append(indentBuffer, static_cast<size_t>(count));
@@ -154,8 +153,7 @@ void JSONData::setString(const char* value) {
 
 void JSONData::reset() {
   switch (_type) {
-    case TYPE_UNSET:
-      return;
+    case TYPE_UNSET: return;
     case TYPE_ARRAY: {
       std::vector<JSONData*>* array = _value.array;
       for (size_t i = array->size(); i-- > 0;) release((*array)[i]);
@@ -177,8 +175,7 @@ void JSONData::reset() {
       delete _value.string;
       _value.integer = 0;
       break;
-    default:
-      break;
+    default: break;
   }
   _type = TYPE_UNSET;
 }
@@ -315,12 +312,8 @@ JSONData* JSONData::clone() const {
   switch (_type) {
     case TYPE_BOOLEAN:
     case TYPE_LONG:
-    case TYPE_DOUBLE:
-      copyNode->_value = _value;
-      break;
-    case TYPE_STRING:
-      *copyNode->_value.string = *_value.string;
-      break;
+    case TYPE_DOUBLE: copyNode->_value = _value; break;
+    case TYPE_STRING: *copyNode->_value.string = *_value.string; break;
     case TYPE_ARRAY:
       copyNode->_value.array->reserve(_value.array->size());
       for (const JSONData* member : *_value.array) {
@@ -337,8 +330,7 @@ JSONData* JSONData::clone() const {
         copyNode->_value.object->push_back(new entry{member->key, child});
       }
       break;
-    default:
-      break;
+    default: break;
   }
   return copyNode;
 }
@@ -346,12 +338,14 @@ JSONData* JSONData::clone() const {
 void JSONData::releaseMembersFromFront(size_t count) {
   if (_type == TYPE_ARRAY) {
     std::vector<JSONData*>& array = *_value.array;
-    std::vector<JSONData*> dropped(array.begin(), array.begin() + static_cast<std::ptrdiff_t>(count));
+    std::vector<JSONData*> dropped(array.begin(),
+                                   array.begin() + static_cast<std::ptrdiff_t>(count));
     array.erase(array.begin(), array.begin() + static_cast<std::ptrdiff_t>(count));
     for (JSONData* member : dropped) release(member);
   } else if (_type == TYPE_OBJECT) {
     std::vector<entry*>& object = *_value.object;
-    std::vector<entry*> dropped(object.begin(), object.begin() + static_cast<std::ptrdiff_t>(count));
+    std::vector<entry*> dropped(object.begin(),
+                                object.begin() + static_cast<std::ptrdiff_t>(count));
     object.erase(object.begin(), object.begin() + static_cast<std::ptrdiff_t>(count));
     for (entry* member : dropped) {
       release(member->value);
@@ -376,12 +370,8 @@ void JSONData::copy(const JSONData& source) {
   switch (source._type) {
     case TYPE_BOOLEAN:
     case TYPE_LONG:
-    case TYPE_DOUBLE:
-      _value = source._value;
-      break;
-    case TYPE_STRING:
-      *_value.string = *source._value.string;
-      break;
+    case TYPE_DOUBLE: _value = source._value; break;
+    case TYPE_STRING: *_value.string = *source._value.string; break;
     case TYPE_ARRAY: {
       // Clones are complete before anything old goes, so copying a node
       // onto itself, or onto its own ancestor, is safe.
@@ -409,8 +399,7 @@ void JSONData::copy(const JSONData& source) {
       releaseMembersFromFront(oldCount);
       break;
     }
-    default:
-      break;
+    default: break;
   }
 }
 
@@ -443,7 +432,8 @@ void JSONData::appendStringValue(std::string& out, int precision) const {
   switch (_type) {
     case TYPE_LONG: {
       char buffer[32];
-      const int length = std::snprintf(buffer, sizeof buffer, "%lld", static_cast<long long>(_value.integer));
+      const int length =
+          std::snprintf(buffer, sizeof buffer, "%lld", static_cast<long long>(_value.integer));
       out.append(buffer, static_cast<size_t>(length));
       break;
     }
@@ -469,17 +459,10 @@ void JSONData::appendStringValue(std::string& out, int precision) const {
       out.append(text, static_cast<size_t>(length));
       break;
     }
-    case TYPE_STRING:
-      out.append(*_value.string);
-      break;
-    case TYPE_BOOLEAN:
-      out.append(_value.boolean ? "true" : "false");
-      break;
-    case TYPE_NULL:
-      out.append("null");
-      break;
-    default:
-      break;
+    case TYPE_STRING: out.append(*_value.string); break;
+    case TYPE_BOOLEAN: out.append(_value.boolean ? "true" : "false"); break;
+    case TYPE_NULL: out.append("null"); break;
+    default: break;
   }
 }
 
@@ -488,17 +471,11 @@ void JSONData::appendJsonString(std::string& out, bool pretty, int precision, in
     case TYPE_NULL:
     case TYPE_BOOLEAN:
     case TYPE_LONG:
-    case TYPE_DOUBLE:
-      appendStringValue(out, precision);
-      return;
-    case TYPE_STRING:
-      quoteJsonString(*_value.string, out);
-      return;
+    case TYPE_DOUBLE: appendStringValue(out, precision); return;
+    case TYPE_STRING: quoteJsonString(*_value.string, out); return;
     case TYPE_OBJECT:
-    case TYPE_ARRAY:
-      break;
-    default:
-      return;
+    case TYPE_ARRAY: break;
+    default: return;
   }
   // Member indent: a newline and depth + 1 spaces, at most 50 spaces.
   // Closing indent: a newline and depth spaces, at most 50.
@@ -547,10 +524,8 @@ void JSONData::appendStream(std::ostream& stream) const {
       stream.write(text.data(), static_cast<std::streamsize>(text.size()));
       return;
     case TYPE_OBJECT:
-    case TYPE_ARRAY:
-      break;
-    default:
-      return;
+    case TYPE_ARRAY: break;
+    default: return;
   }
   const bool isObject = _type == TYPE_OBJECT;
   stream.put(isObject ? '{' : '[');

@@ -102,8 +102,10 @@ struct JSONData {
   bool setFromJsonString(const char*& cursor);
   bool setFromStream(std::istream& stream);
   bool setFromJsonStlString(const std::string& text);
-  static bool fetchNextType(const char*& cursor, uint16_t& type, bool& comma, bool& colon, bool& end);
-  static bool fetchNextType(std::istream& stream, uint16_t& type, bool& comma, bool& colon, bool& end);
+  static bool fetchNextType(const char*& cursor, uint16_t& type, bool& comma, bool& colon,
+                            bool& end);
+  static bool fetchNextType(std::istream& stream, uint16_t& type, bool& comma, bool& colon,
+                            bool& end);
   static bool parseJsonString(const char*& cursor, std::string& out);
   static bool parseJsonString(std::istream& stream, std::string& out);
   bool parseJsonNumberIntoSelf(const char*& cursor);

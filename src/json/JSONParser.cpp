@@ -97,18 +97,21 @@ struct StreamInput {
   bool take(const char* keyword, size_t length) {
     char read[5];
     stream.read(read, static_cast<std::streamsize>(length));
-    return stream.gcount() == static_cast<std::streamsize>(length) && std::memcmp(read, keyword, length) == 0;
+    return stream.gcount() == static_cast<std::streamsize>(length) &&
+           std::memcmp(read, keyword, length) == 0;
   }
 };
 
 }  // namespace
 
-bool JSONData::fetchNextType(const char*& cursor, uint16_t& type, bool& comma, bool& colon, bool& end) {
+bool JSONData::fetchNextType(const char*& cursor, uint16_t& type, bool& comma, bool& colon,
+                             bool& end) {
   CursorInput in{cursor};
   return nextType(in, type, comma, colon, end);
 }
 
-bool JSONData::fetchNextType(std::istream& stream, uint16_t& type, bool& comma, bool& colon, bool& end) {
+bool JSONData::fetchNextType(std::istream& stream, uint16_t& type, bool& comma, bool& colon,
+                             bool& end) {
   StreamInput in{stream};
   return nextType(in, type, comma, colon, end);
 }
@@ -159,8 +162,7 @@ bool JSONData::nextType(Input& in, uint16_t& type, bool& comma, bool& colon, boo
       case '\t':
       case '\n':
       case '\r':
-      case ' ':
-        continue;
+      case ' ': continue;
       case '/':
         c = in.get();
         if (c == '/') {
@@ -183,16 +185,31 @@ bool JSONData::nextType(Input& in, uint16_t& type, bool& comma, bool& colon, boo
         in.unget(c);
         return false;
       case '"': type = TYPE_STRING; break;
-      case '+': case '-':
-      case '0': case '1': case '2': case '3': case '4':
-      case '5': case '6': case '7': case '8': case '9':
-        type = TYPE_LONG; break;
-      case 't': case 'f': type = TYPE_BOOLEAN; break;
+      case '+':
+      case '-':
+      case '0':
+      case '1':
+      case '2':
+      case '3':
+      case '4':
+      case '5':
+      case '6':
+      case '7':
+      case '8':
+      case '9': type = TYPE_LONG; break;
+      case 't':
+      case 'f': type = TYPE_BOOLEAN; break;
       case 'n': type = TYPE_NULL; break;
       case '{': type = TYPE_OBJECT; break;
-      case '}': type = TYPE_OBJECT; end = true; break;
+      case '}':
+        type = TYPE_OBJECT;
+        end = true;
+        break;
       case '[': type = TYPE_ARRAY; break;
-      case ']': type = TYPE_ARRAY; end = true; break;
+      case ']':
+        type = TYPE_ARRAY;
+        end = true;
+        break;
       case ',': comma = true; break;
       case ':': colon = true; break;
       default:  // also the end of the input
@@ -307,7 +324,7 @@ bool JSONData::parseValue(Input& in, int depth) {
       const size_t length = std::strlen(keyword);
       if (!in.take(keyword, length)) {
         syntaxError(Input::kName, type == TYPE_NULL ? "syntax error: invalid null value"
-                                                     : "syntax error: invalid boolean value");
+                                                    : "syntax error: invalid boolean value");
         return false;
       }
       setType(type);
@@ -407,8 +424,7 @@ bool JSONData::parseValue(Input& in, int depth) {
         _value.array->push_back(child);
         if (end) return true;
       }
-    default:
-      return false;
+    default: return false;
   }
 }
 

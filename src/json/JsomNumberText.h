@@ -9,20 +9,20 @@
 namespace loomstat {
 
 class JsomNumberText {
-public:
-    // Enough for any integer, and for a fixed form below the exponent limit
-    // with up to 9 decimals.
-    static constexpr size_t kShortText = 40;
+ public:
+  // Enough for any integer, and for a fixed form below the exponent limit
+  // with up to 9 decimals.
+  static constexpr size_t kShortText = 40;
 
-    // What snprintf(buffer, size, "%.*f", precision, value) writes and
-    // returns: the full length, with the text cut to size - 1 bytes and ended
-    // by a NUL when it is longer.
-    static int fixed(char* buffer, size_t size, double value, int precision);
-    // The same for "%e".
-    static int exponent(char* buffer, size_t size, double value);
-    // "%u" and "%llu", unterminated; the buffer holds kShortText bytes.
-    static int unsignedInt(char* buffer, unsigned int value);
-    static int unsignedLong(char* buffer, unsigned long long value);
+  // What snprintf(buffer, size, "%.*f", precision, value) writes and
+  // returns: the full length, with the text cut to size - 1 bytes and ended
+  // by a NUL when it is longer.
+  static int fixed(char* buffer, size_t size, double value, int precision);
+  // The same for "%e".
+  static int exponent(char* buffer, size_t size, double value);
+  // "%u" and "%llu", unterminated; the buffer holds kShortText bytes.
+  static int unsignedInt(char* buffer, unsigned int value);
+  static int unsignedLong(char* buffer, unsigned long long value);
 };
 
 }  // namespace loomstat

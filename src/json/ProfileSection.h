@@ -9,16 +9,17 @@
 class PerfJSONWriter;
 
 struct ProfileColumn {
-    const char* name;
-    const char* description;
+  const char* name;
+  const char* description;
 };
 
 class ProfileSection {
-public:
-    // Opens the section and its "data" array, and turns labels and white space off for the rows.
-    static void begin(PerfJSONWriter& writer, const char* section, std::initializer_list<ProfileColumn> columns);
-    // Closes the "data" array and the section.
-    static void end(PerfJSONWriter& writer);
+ public:
+  // Opens the section and its "data" array, and turns labels and white space off for the rows.
+  static void begin(PerfJSONWriter& writer, const char* section,
+                    std::initializer_list<ProfileColumn> columns);
+  // Closes the "data" array and the section.
+  static void end(PerfJSONWriter& writer);
 };
 
 #endif

@@ -101,7 +101,4 @@ PerfRecord* PerfFactory::readNext(PerfReader& reader)
     return dispatch(type, size);
 }
 
-void PerfFactory::showStats()
-{
-    printf("Lost Bytes: %d\n", _lostBytes);
-}
+void PerfFactory::showStats() { printf("Lost Bytes: %d\n", _lostBytes); }

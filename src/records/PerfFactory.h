@@ -38,6 +38,7 @@ public:
     // The one record buffer shared by all records; the body lies at offset 8.
     static char* _tmp;
     static int32_t _tmpLen;
+
 private:
     static bool findHeader(PerfReader& reader, uint32_t& type, uint32_t& size);
     static PerfRecord* dispatch(uint32_t type, uint32_t size);

@@ -13,11 +13,10 @@ void PerfMapIndex::insert(PerfRecordMMap* map, uint64_t sortKey)
     }
     // The first key that is not smaller lies in the first block whose last
     // key is not smaller; when there is none the map goes to the very end.
-    size_t block = (size_t)(std::partition_point(_keys.begin(), _keys.end(),
-                                                 [&](const std::vector<uint64_t>& keys) {
-                                                     return keys.back() < sortKey;
-                                                 }) -
-                            _keys.begin());
+    size_t block =
+        (size_t)(std::partition_point(_keys.begin(), _keys.end(),
+                                      [&](const std::vector<uint64_t>& keys) { return keys.back() < sortKey; }) -
+                 _keys.begin());
     if (block == _blocks.size())
         block--;
     std::vector<uint64_t>& keys = _keys[block];

@@ -29,10 +29,7 @@ int PerfMemoryReader::read(char* buffer, int size)
     return _lastRead;
 }
 
-void PerfMemoryReader::close()
-{
-    _open = false;
-}
+void PerfMemoryReader::close() { _open = false; }
 
 // A negative offset fails like lseek does and leaves the position alone.
 void PerfMemoryReader::seek(int offset)

@@ -13,10 +13,7 @@ namespace {
 
 const size_t kBlockBytes = 64 << 10;
 
-size_t slotOf(std::string_view name, size_t slots)
-{
-    return std::hash<std::string_view>()(name) & (slots - 1);
-}
+size_t slotOf(std::string_view name, size_t slots) { return std::hash<std::string_view>()(name) & (slots - 1); }
 
 }  // namespace
 

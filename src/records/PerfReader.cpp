@@ -73,10 +73,7 @@ void PerfReader::close()
         ::close(_fd);
 }
 
-bool PerfReader::status()
-{
-    return _lastRead != 0;
-}
+bool PerfReader::status() { return _lastRead != 0; }
 
 // A seek that fails, to a negative offset or on an input that cannot seek
 // such as a pipe, leaves the position where it stood: reading goes on with

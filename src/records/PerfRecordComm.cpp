@@ -50,10 +50,7 @@ PerfRecordComm::PerfRecordComm(unsigned int pid_, unsigned int tid_, const char*
         show();
 }
 
-PerfRecordComm::~PerfRecordComm()
-{
-    free(_name);
-}
+PerfRecordComm::~PerfRecordComm() { free(_name); }
 
 void PerfRecordComm::setName(const char* name)
 {
@@ -62,10 +59,7 @@ void PerfRecordComm::setName(const char* name)
     _name = copy;
 }
 
-void PerfRecordComm::show()
-{
-    printf("PROC k:%d p:%d t:%d %s\n", (int)key, (int)pid, (int)tid, _name);
-}
+void PerfRecordComm::show() { printf("PROC k:%d p:%d t:%d %s\n", (int)key, (int)pid, (int)tid, _name); }
 
 // Body: pid at 8, tid at 12, the name from 16 to its terminating zero. The
 // name is read no further than the record buffer reaches.

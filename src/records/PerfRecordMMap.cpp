@@ -60,10 +60,7 @@ const size_t kMapsPerBlock = 1024;
 std::vector<std::unique_ptr<unsigned char[]>> mapBlocks;
 size_t mapsLeft = 0;
 
-uint64_t pidBits(unsigned int pid)
-{
-    return (uint64_t)(pid & 0xFFFF) << 48;
-}
+uint64_t pidBits(unsigned int pid) { return (uint64_t)(pid & 0xFFFF) << 48; }
 
 // The binary search over the sorted maps shared by findMap and findPidMap.
 // `high` starts at the count, so a probe there ends the search with no match.
@@ -93,16 +90,31 @@ PerfRecordMMap* searchSortedMaps(Matches matches, GoesUp goesUp)
 }  // namespace
 
 PerfRecordMMap::PerfRecordMMap()
-    : _start(0), _length(0), _pgoff(0), _symbolBase(0), _fileName(nullptr), _pidKey(0), _sortKey(0),
-      _processRecord(nullptr), _symbols(nullptr)
+    : _start(0),
+      _length(0),
+      _pgoff(0),
+      _symbolBase(0),
+      _fileName(nullptr),
+      _pidKey(0),
+      _sortKey(0),
+      _processRecord(nullptr),
+      _symbols(nullptr)
 {
     key = ++_indexTotal;
 }
 
 PerfRecordMMap::PerfRecordMMap(unsigned int pid_, unsigned int tid_, unsigned long long start,
                                unsigned long long length, unsigned long long pgoff, const char* name)
-    : PerfRecord(pid_, tid_), _start(start), _length(length), _pgoff(pgoff), _symbolBase(0), _fileName(nullptr),
-      _pidKey(0), _sortKey(0), _processRecord(nullptr), _symbols(nullptr)
+    : PerfRecord(pid_, tid_),
+      _start(start),
+      _length(length),
+      _pgoff(pgoff),
+      _symbolBase(0),
+      _fileName(nullptr),
+      _pidKey(0),
+      _sortKey(0),
+      _processRecord(nullptr),
+      _symbols(nullptr)
 {
     if (_lostAndFound == nullptr)
         _createStandingMaps();
@@ -190,10 +202,7 @@ PerfRecord* PerfRecordMMap::createInstance(char* buffer)
     return new PerfRecordMMap(pid, tid, start, length, pgoff, name.c_str());
 }
 
-void PerfRecordMMap::setName(const char* name)
-{
-    _fileName = PerfNamePool::keep(name);
-}
+void PerfRecordMMap::setName(const char* name) { _fileName = PerfNamePool::keep(name); }
 
 void PerfRecordMMap::show()
 {
@@ -291,10 +300,9 @@ PerfRecordMMap* PerfRecordMMap::findPidMap(PerfRecordSample* sample)
         break;
     }
     const unsigned int pid = sample->pid;
-    return searchSortedMaps([&](PerfRecordMMap* map) { return map->pid == pid; },
-                            [&](PerfRecordMMap* map) {
-                                return ((uint64_t)pid << 48) >= (map->_sortKey & 0xFFFF000000000000ULL);
-                            });
+    return searchSortedMaps(
+        [&](PerfRecordMMap* map) { return map->pid == pid; },
+        [&](PerfRecordMMap* map) { return ((uint64_t)pid << 48) >= (map->_sortKey & 0xFFFF000000000000ULL); });
 }
 
 void PerfRecordMMap::_claimSymbol(SymbolTableElement* element, unsigned int mapKey, unsigned int tid)
@@ -315,8 +323,7 @@ SymbolTableElement* PerfRecordMMap::_useSymbolAt(unsigned long long address)
 
 unsigned int PerfRecordMMap::getKey(unsigned long long address)
 {
-    verbose(1, "getKey %s st:%p %llx:%llx\n", _fileName, (void*)_symbols, address,
-               (unsigned long long)_symbolBase);
+    verbose(1, "getKey %s st:%p %llx:%llx\n", _fileName, (void*)_symbols, address, (unsigned long long)_symbolBase);
     if (_symbols == nullptr)
         return key;
     verbose(1, "getKey %llx:%llx\n", address, (unsigned long long)_symbolBase);

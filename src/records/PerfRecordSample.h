@@ -27,8 +27,7 @@ struct PerfRecordSampleS {
     uint64_t ips[1];
 };
 
-static_assert(offsetof(PerfRecordSampleS, cpu) == 32 && offsetof(PerfRecordSampleS, ips) == 56,
-              "plain sample layout");
+static_assert(offsetof(PerfRecordSampleS, cpu) == 32 && offsetof(PerfRecordSampleS, ips) == 56, "plain sample layout");
 
 class PerfRecordSample : public PerfRecord {
 public:

@@ -19,8 +19,8 @@
 #include "PerfRecordSampleEvent.h"
 #include "Settings.h"
 #include "SymbolTable.h"
-#include "TimechartManager.h"
 #include "TimeBase.h"
+#include "TimechartManager.h"
 
 // The road of one record through the walk:
 // - PerfFactory::readNext finds a plausible header (type 1 to 16, size 12 to
@@ -58,7 +58,8 @@ void writeDescription(PerfJSONWriter& writer, const char* chip)
     writer.writeNamed("Target Chip", chip);
     writer.writeNamed("Start Time", gtodAtStart);
     writer.writeNamed("First Sample Time", PerfRecordSample::_firstSampleTime);
-    writer.writeNamed("duration", time64ToDouble(PerfRecordSample::_lastSampleTime) - PerfRecordSample::_firstSampleTime);
+    writer.writeNamed("duration",
+                      time64ToDouble(PerfRecordSample::_lastSampleTime) - PerfRecordSample::_firstSampleTime);
     writer.newElementEnd();
 }
 

@@ -35,15 +35,9 @@ void calcTimeConversion()
 }
 
 // Splits the count before converting so that the whole seconds keep their precision.
-double time64ToDouble(uint64_t t)
-{
-    return (double)(t / 1000000000ULL) + (double)(t % 1000000000ULL) / 1000000000.0;
-}
+double time64ToDouble(uint64_t t) { return (double)(t / 1000000000ULL) + (double)(t % 1000000000ULL) / 1000000000.0; }
 
-double timeToEpochBase(uint64_t t)
-{
-    return time64ToDouble(t) + systemStartTime;
-}
+double timeToEpochBase(uint64_t t) { return time64ToDouble(t) + systemStartTime; }
 
 double doTimeConversion(uint64_t t)
 {

@@ -1,6 +1,3 @@
 #include "Driver.h"
 
-int main(int argc, char** argv)
-{
-    return runConverter(argc, argv);
-}
+int main(int argc, char** argv) { return runConverter(argc, argv); }

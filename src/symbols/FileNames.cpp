@@ -37,10 +37,7 @@ FileNames* FileNames::findOrCreate(const char* name)
     return new FileNames(name);
 }
 
-void FileNames::markUsed(SymbolTableElement* element)
-{
-    _symbols.push_back(element);
-}
+void FileNames::markUsed(SymbolTableElement* element) { _symbols.push_back(element); }
 
 void FileNames::out(PerfJSONWriter& writer)
 {

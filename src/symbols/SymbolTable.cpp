@@ -136,7 +136,9 @@ SymbolTable::SymbolTable()
 }
 
 SymbolTable::SymbolTable(const char* name, unsigned long long address, unsigned long long size)
-    : _lowAddress(~0ull), _highAddress(0), _tableElement(name, address, size, nullptr, 0),
+    : _lowAddress(~0ull),
+      _highAddress(0),
+      _tableElement(name, address, size, nullptr, 0),
       _fileName(name != nullptr ? name : "")
 {
     _register();
@@ -300,10 +302,7 @@ SymbolTableElement* SymbolTable::findElementLinear(unsigned long long address)
     return nullptr;
 }
 
-void SymbolTable::createSyntheticTable()
-{
-    _syntheticSymTable = new SymbolTable();
-}
+void SymbolTable::createSyntheticTable() { _syntheticSymTable = new SymbolTable(); }
 
 SymbolTableElement* SymbolTable::addSyntheticEntry(unsigned long long address, unsigned long long size,
                                                    const char* name)
@@ -516,10 +515,7 @@ SymbolTable* SymbolTable::findAndRead(const char* name)
     }
 }
 
-SymbolTable* SymbolTable::generateAndRead(const char* path)
-{
-    return _generate(path, false);
-}
+SymbolTable* SymbolTable::generateAndRead(const char* path) { return _generate(path, false); }
 
 SymbolTable* SymbolTable::_generate(const char* path, bool mayWait)
 {
@@ -568,10 +564,7 @@ bool SymbolTable::_laterPlaceMayHold(const std::string& name, int index)
     return false;
 }
 
-void SymbolTable::loadInBackground(unsigned int workers)
-{
-    NmRunner::instance().runInBackground(workers);
-}
+void SymbolTable::loadInBackground(unsigned int workers) { NmRunner::instance().runInBackground(workers); }
 
 void SymbolTable::finishLoading()
 {

@@ -31,8 +31,8 @@ public:
     SymbolTable& operator=(const SymbolTable&) = delete;
 
     // Appends a symbol; the order of the table is the order of the calls.
-    SymbolTableElement* addElement(unsigned long long start, unsigned long long size, const char* name,
-                                   FileNames* file, unsigned int line);
+    SymbolTableElement* addElement(unsigned long long start, unsigned long long size, const char* name, FileNames* file,
+                                   unsigned int line);
     // Binary search over elements taken to be ascending by start. The end of a
     // symbol is inclusive, and a table of one element never matches.
     SymbolTableElement* findElement(unsigned long long address);
@@ -41,8 +41,7 @@ public:
 
     static void createSyntheticTable();
     // The symbol standing for the 64 KiB unit of `address`, made on first request.
-    static SymbolTableElement* addSyntheticEntry(unsigned long long address, unsigned long long size,
-                                                 const char* name);
+    static SymbolTableElement* addSyntheticEntry(unsigned long long address, unsigned long long size, const char* name);
     static SymbolTable* findExistingSymbolTable(const std::string& name);
 
     // Writes the used elements as rows of "functions", up to the first null entry.

@@ -11,7 +11,14 @@
 uint32_t SymbolTableElement::_runningIndex = 0;
 
 SymbolTableElement::SymbolTableElement()
-    : _key(0), _useCount(0), _used(false), _flag(false), _name(""), _address(0), _size(0), _file(nullptr),
+    : _key(0),
+      _useCount(0),
+      _used(false),
+      _flag(false),
+      _name(""),
+      _address(0),
+      _size(0),
+      _file(nullptr),
       _lineNumber(0)
 {
     _setFile(nullptr);
@@ -19,8 +26,15 @@ SymbolTableElement::SymbolTableElement()
 
 SymbolTableElement::SymbolTableElement(const char* name, unsigned long long address, unsigned long long size,
                                        FileNames* file, unsigned int line)
-    : _key(0), _useCount(0), _used(false), _flag(false), _name(""), _address(address),
-      _size(size > kMaxSize ? 0 : size), _file(nullptr), _lineNumber(line)
+    : _key(0),
+      _useCount(0),
+      _used(false),
+      _flag(false),
+      _name(""),
+      _address(address),
+      _size(size > kMaxSize ? 0 : size),
+      _file(nullptr),
+      _lineNumber(line)
 {
     if (name != nullptr) {
         const size_t length = strlen(name);
@@ -33,8 +47,15 @@ SymbolTableElement::SymbolTableElement(const char* name, unsigned long long addr
 
 SymbolTableElement::SymbolTableElement(KeptName name, unsigned long long address, unsigned long long size,
                                        FileNames* file, unsigned int line)
-    : _key(0), _useCount(0), _used(false), _flag(false), _name(name.text), _address(address),
-      _size(size > kMaxSize ? 0 : size), _file(nullptr), _lineNumber(line)
+    : _key(0),
+      _useCount(0),
+      _used(false),
+      _flag(false),
+      _name(name.text),
+      _address(address),
+      _size(size > kMaxSize ? 0 : size),
+      _file(nullptr),
+      _lineNumber(line)
 {
     _announce(file);
 }

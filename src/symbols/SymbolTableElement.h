@@ -62,7 +62,7 @@ private:
     void _announce(FileNames* file);
 
     std::unique_ptr<char[]> _ownName;  // the copy of a name the element keeps itself
-    bool _ownsFile = false;  // the file is an empty object made for this symbol alone
+    bool _ownsFile = false;            // the file is an empty object made for this symbol alone
 };
 
 #endif

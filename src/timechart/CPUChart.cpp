@@ -57,10 +57,7 @@ void CPUChart::addValue(unsigned long long time, int kind, int value)
     }
 }
 
-int CPUChart::getBusyState()
-{
-    return _busy.empty() ? 0 : (int)_busy.back().value;
-}
+int CPUChart::getBusyState() { return _busy.empty() ? 0 : (int)_busy.back().value; }
 
 // An empty series writes nothing; any other writes its entry, even if no
 // point survives the thinning.

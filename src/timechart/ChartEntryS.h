@@ -25,10 +25,7 @@ struct EventEntryS {
 };
 
 // The order of all series, used with a stable sort at output only.
-inline bool compareChartEntries(ChartEntryS a, ChartEntryS b)
-{
-    return a.time < b.time;
-}
+inline bool compareChartEntries(ChartEntryS a, ChartEntryS b) { return a.time < b.time; }
 
 // The sample time of an already converted time `t`: false when -s or -f put
 // it outside the window (both limits belong to it), else `x` is set.
@@ -41,9 +38,6 @@ inline bool chartTime(double t, double& x)
 }
 
 // The sample time of a record's raw stamp in nanoseconds.
-inline bool chartTime(uint64_t stamp, double& x)
-{
-    return chartTime(doTimeConversion(stamp), x);
-}
+inline bool chartTime(uint64_t stamp, double& x) { return chartTime(doTimeConversion(stamp), x); }
 
 #endif

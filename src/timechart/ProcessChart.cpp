@@ -264,9 +264,10 @@ void ProcessChart::_outCounters(PerfJSONWriter& writer, const std::string& label
         return;
     TimechartManager* manager = TimechartManager::Instance();
     for (unsigned int i = 0; i < 1 + kL1Counters + kL2Counters; i++) {
-        const std::vector<ChartEntryS>& series =
-            i == 0 ? _cycleCounter : i <= kL1Counters ? _l1Counters[i - 1] : _l2Counters[i - 1 - kL1Counters];
-        const std::string name = i == 0 ? manager->getCounterName(0, 0)
+        const std::vector<ChartEntryS>& series = i == 0             ? _cycleCounter
+                                                 : i <= kL1Counters ? _l1Counters[i - 1]
+                                                                    : _l2Counters[i - 1 - kL1Counters];
+        const std::string name = i == 0             ? manager->getCounterName(0, 0)
                                  : i <= kL1Counters ? manager->getCounterName(1, i - 1)
                                                     : manager->getCounterName(2, i - 1 - kL1Counters);
         // A counter that the configuration leaves out.

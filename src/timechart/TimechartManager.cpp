@@ -21,10 +21,7 @@ TimechartManager* TimechartManager::_instance = nullptr;
 
 // The hand-over state starts at zero: the first events read it before any
 // switch or interrupt has written it.
-TimechartManager::TimechartManager() : _lastPid(), _lastState(), _counterStarted()
-{
-    init();
-}
+TimechartManager::TimechartManager() : _lastPid(), _lastState(), _counterStarted() { init(); }
 
 TimechartManager* TimechartManager::Instance()
 {
@@ -33,10 +30,7 @@ TimechartManager* TimechartManager::Instance()
     return _instance;
 }
 
-void TimechartManager::discardInstance()
-{
-    _instance = nullptr;
-}
+void TimechartManager::discardInstance() { _instance = nullptr; }
 
 void TimechartManager::init()
 {
@@ -64,25 +58,16 @@ typename Charts::mapped_type storeChart(Charts& charts, int key, typename Charts
 
 }  // namespace
 
-ProcessChart* TimechartManager::getProcessChart(int pid)
-{
-    return findChart(_processCharts, pid);
-}
+ProcessChart* TimechartManager::getProcessChart(int pid) { return findChart(_processCharts, pid); }
 
 ProcessChart* TimechartManager::createProcessChart(int pid)
 {
     return storeChart(_processCharts, pid, new ProcessChart(pid));
 }
 
-CPUChart* TimechartManager::getCPUChart(int cpu)
-{
-    return findChart(_cpuCharts, cpu);
-}
+CPUChart* TimechartManager::getCPUChart(int cpu) { return findChart(_cpuCharts, cpu); }
 
-CPUChart* TimechartManager::createCPUChart(int cpu)
-{
-    return storeChart(_cpuCharts, cpu, new CPUChart(cpu));
-}
+CPUChart* TimechartManager::createCPUChart(int cpu) { return storeChart(_cpuCharts, cpu, new CPUChart(cpu)); }
 
 // Wraps rather than overflows for numbers that no device name holds.
 int TimechartManager::_gpuKey(int dimension, int device)
@@ -100,15 +85,9 @@ GPUChart* TimechartManager::createGPUChart(int dimension, int device)
     return storeChart(_gpuCharts, _gpuKey(dimension, device), new GPUChart(dimension, device));
 }
 
-IRQChart* TimechartManager::getIRQChart(int irq)
-{
-    return findChart(_irqCharts, irq);
-}
+IRQChart* TimechartManager::getIRQChart(int irq) { return findChart(_irqCharts, irq); }
 
-IRQChart* TimechartManager::createIRQChart(int irq)
-{
-    return storeChart(_irqCharts, irq, new IRQChart(irq));
-}
+IRQChart* TimechartManager::createIRQChart(int irq) { return storeChart(_irqCharts, irq, new IRQChart(irq)); }
 
 ProcessChart* TimechartManager::_processChart(int pid, bool& made)
 {
@@ -117,8 +96,7 @@ ProcessChart* TimechartManager::_processChart(int pid, bool& made)
     return made ? createProcessChart(pid) : chart;
 }
 
-bool TimechartManager::addStatusToProcessChart(unsigned long long time, int pid, int status, int cpu,
-                                               unsigned int sub)
+bool TimechartManager::addStatusToProcessChart(unsigned long long time, int pid, int status, int cpu, unsigned int sub)
 {
     bool made;
     _processChart(pid, made)->addStatus(time, (unsigned int)status, (unsigned int)cpu, sub);
@@ -226,15 +204,9 @@ void TimechartManager::saveLastStateForCPU(int cpu)
         _lastState[cpu] = chart->getBusyState();
 }
 
-int TimechartManager::getLastStateForCPU(int cpu)
-{
-    return _isCpu(cpu) ? _lastState[cpu] : 0;
-}
+int TimechartManager::getLastStateForCPU(int cpu) { return _isCpu(cpu) ? _lastState[cpu] : 0; }
 
-void TimechartManager::addIrqName(int irq, const char* name)
-{
-    _irqNames.insert({irq, name != nullptr ? name : ""});
-}
+void TimechartManager::addIrqName(int irq, const char* name) { _irqNames.insert({irq, name != nullptr ? name : ""}); }
 
 void TimechartManager::addSirqName(int vector, const char* name)
 {
@@ -258,15 +230,9 @@ static void outNames(const std::map<int, std::string>& names)
     fflush(stdout);
 }
 
-void TimechartManager::outIrqNames()
-{
-    outNames(_irqNames);
-}
+void TimechartManager::outIrqNames() { outNames(_irqNames); }
 
-void TimechartManager::outSirqNames()
-{
-    outNames(_sirqNames);
-}
+void TimechartManager::outSirqNames() { outNames(_sirqNames); }
 
 std::string TimechartManager::getCounterName(unsigned int group, unsigned int index)
 {
@@ -310,10 +276,7 @@ void TimechartManager::outIRQCharts(PerfJSONWriter& writer)
         chart->outIRQChart(writer);
 }
 
-void TimechartManager::outEventChart(PerfJSONWriter& writer)
-{
-    _eventChart.outEventChart(writer);
-}
+void TimechartManager::outEventChart(PerfJSONWriter& writer) { _eventChart.outEventChart(writer); }
 
 // One sort on the parent pid, not a walk of the process tree: a child may
 // come out before its parent, and nesting is the viewer's business.
@@ -329,10 +292,7 @@ void TimechartManager::outProcessCharts(PerfJSONWriter& writer)
         chart->outProcessChart(writer);
 }
 
-bool comparePPids(ProcessChart* a, ProcessChart* b)
-{
-    return a->_ppid < b->_ppid;
-}
+bool comparePPids(ProcessChart* a, ProcessChart* b) { return a->_ppid < b->_ppid; }
 
 // The file is read as it stands when the run ends: markers reach the document
 // only if the machine's trace buffer still holds them. No file, no markers.
@@ -394,8 +354,7 @@ void TimechartManager::_readCounterCodes()
         name = kUnused;
 
     // The default directory ends in a slash, and a second one follows it.
-    std::ifstream file(SystemFiles::directory("ZELVIEW_CONFIG", SystemFiles::zelviewConfig) +
-                       "/plotx/activeCounters");
+    std::ifstream file(SystemFiles::directory("ZELVIEW_CONFIG", SystemFiles::zelviewConfig) + "/plotx/activeCounters");
     if (!file.is_open())
         return;
     std::string line;

@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "TracePayloads.h"
 #include "ConverterRun.h"
 #include "PerfDataBuilder.h"
+#include "TracePayloads.h"
 
 using B = PerfDataBuilder;
 

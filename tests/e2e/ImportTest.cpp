@@ -32,8 +32,8 @@ std::string trailer(uint32_t pid, uint32_t tid, uint64_t time)
 std::string sample(uint64_t ip, uint32_t pid, uint32_t tid, uint64_t time, uint32_t cpu,
                    const std::vector<uint64_t>& chain)
 {
-    std::string body = B::u64(ip) + B::u32(pid) + B::u32(tid) + B::u64(time) + B::u32(cpu) + B::u32(0) +
-                       B::u64(1000) + B::u64(chain.size());
+    std::string body = B::u64(ip) + B::u32(pid) + B::u32(tid) + B::u64(time) + B::u32(cpu) + B::u32(0) + B::u64(1000) +
+                       B::u64(chain.size());
     for (uint64_t address : chain)
         body += B::u64(address);
     return record(PERF_RECORD_SAMPLE, body, PERF_RECORD_MISC_USER);
@@ -66,7 +66,8 @@ TEST(Import, PipedRecordBecomesTheConvertersLayout)
                B::u32(10) + B::u32(10) + B::u64(0x40000000) + B::u64(0x10000) + B::u64(0) + std::string(32, '\0') +
                    B::text8("/nonexistent/libapp.so") + trailer(10, 10, 120),
                PERF_RECORD_MISC_USER) +
-        record(PERF_RECORD_FORK, B::u32(10) + B::u32(10) + B::u32(11) + B::u32(10) + B::u64(150) + trailer(10, 11, 150)) +
+        record(PERF_RECORD_FORK,
+               B::u32(10) + B::u32(10) + B::u32(11) + B::u32(10) + B::u64(150) + trailer(10, 11, 150)) +
         sample(0x40000100, 10, 11, 300, 1, longChain) + sample(0x40000200, 10, 10, 200, 0, {}) +
         sample(0x40000300, 10, 10, 250, 16, {}) + B::u32(PERF_RECORD_SAMPLE) + B::u16(0) + B::u16(64);
 
@@ -76,8 +77,7 @@ TEST(Import, PipedRecordBecomesTheConvertersLayout)
     for (int i = 0; i < 19; i++)
         id += "ab";
     run.file("root/usr/lib/debug/.build-id/ab/" + id + ".debug", "unstripped");
-    RunResult imported =
-        run.runImporter({"--symbols", "syms", "-", "perf.data"}, "perf.data", run.path("piped.data"));
+    RunResult imported = run.runImporter({"--symbols", "syms", "-", "perf.data"}, "perf.data", run.path("piped.data"));
     ASSERT_EQ(imported.status, 0) << imported.err;
     EXPECT_EQ(readFile(run.path("syms/nonexistent/libapp.so")), "unstripped");
     EXPECT_TRUE(fs::is_symlink(run.path("syms/nonexistent/libapp.so")));
@@ -131,8 +131,9 @@ TEST(Import, RefusedInputsLeaveTheOutputAlone)
         {"header size", "PERFILE2" + B::u64(56) + std::string(200, '\0'), "unknown size (56)"},
         {"data outside", header + B::u64(104) + B::u64(0) + B::u64(104) + B::u64(1 << 20) + std::string(48, '\0'),
          "sections that lie outside the file"},
-        {"feature outside", header + B::u64(104) + B::u64(0) + B::u64(104) + B::u64(0) + B::u64(0) + B::u64(0) +
-                                B::u64(1 << 4) + std::string(24, '\0') + B::u64(1 << 20) + B::u64(8),
+        {"feature outside",
+         header + B::u64(104) + B::u64(0) + B::u64(104) + B::u64(0) + B::u64(0) + B::u64(0) + B::u64(1 << 4) +
+             std::string(24, '\0') + B::u64(1 << 20) + B::u64(8),
          "feature sections that lie outside the file"},
         {"missing", "", "cannot read"},
     };

@@ -16,8 +16,7 @@ using B = PerfDataBuilder;
 TEST(ProfileDocument, MapsSyntheticEntriesAndLateProcesses)
 {
     ConverterRun run;
-    run.input(B()
-                  .comm(100, 100, "app")
+    run.input(B().comm(100, 100, "app")
                   .mmap(100, 100, 0x8000, 0x1000, 0, "/nonexistent/app")
                   // Trace: two hits in the map (its end is inclusive), a page of the
                   // process no map covers, and a stray marker that is dropped.
@@ -62,8 +61,7 @@ TEST(ProfileDocument, SampleBeforeAnyMapRecord)
 TEST(ProfileDocument, MapSearchMissesAnotherThreadsMap)
 {
     ConverterRun run;
-    run.input(B()
-                  .comm(300, 1, "t1")
+    run.input(B().comm(300, 1, "t1")
                   .mmap(300, 1, 0x30000, 0x1000, 0, "/nonexistent/t1")
                   .mmap(300, 2, 0x10000, 0x1000, 0, "/nonexistent/t2a")
                   .mmap(300, 2, 0x50000, 0x1000, 0, "/nonexistent/t2b")
@@ -81,15 +79,15 @@ TEST(ProfileDocument, MapSearchMissesAnotherThreadsMap)
 TEST(ProfileDocument, SymbolsFromTheKernelListAndNm)
 {
     ConverterRun run;
-    run.file("k.s", ".text\n.globl alpha\nalpha: .skip 16\n.globl beta\nbeta: .skip 32\nlocal_fn: .skip 16\n"
-                    ".globl _Z5deltaii\n_Z5deltaii: .skip 16\n.weak wfn\nwfn: .skip 8\n.data\n.globl dvar\ndvar: .long 1\n");
+    run.file("k.s",
+             ".text\n.globl alpha\nalpha: .skip 16\n.globl beta\nbeta: .skip 32\nlocal_fn: .skip 16\n"
+             ".globl _Z5deltaii\n_Z5deltaii: .skip 16\n.weak wfn\nwfn: .skip 8\n.data\n.globl dvar\ndvar: .long 1\n");
     std::filesystem::create_directories(run.path("sym/system/lib"));
     std::string assemble = "as '" + run.path("k.s") + "' -o '" + run.path("sym/system/lib/libk.so") + "' 2>/dev/null";
     if (system(assemble.c_str()) != 0 || system("nm --version >/dev/null 2>&1") != 0)
         GTEST_SKIP() << "no assembler or nm";
     run.systemFile("/proc/kallsyms", "c0008000 T stext\nc0008100 t do_work\nc0009000 T other_fn\n");
-    run.input(B()
-                  .comm(50, 50, "demo")
+    run.input(B().comm(50, 50, "demo")
                   .mmap(50, 50, 0x40000000, 0x1000, 0, "/system/lib/libk.so")
                   // delta, do_work in the kernel, and a library address behind the last symbol.
                   .sample(0x40000014, 50, 50, 1000000000ULL, 0, 1, {0x40000044, 0xC0008150, 0x40000800})
@@ -112,11 +110,11 @@ TEST(ProfileDocument, FilesAndFunctionsOfAListingWithSourceLines)
     std::filesystem::permissions(run.path("bin/nm"), std::filesystem::perms::owner_all);
     run.prependPath(run.path("bin"));
     run.file("sym/system/lib/libs.so", "")
-        .file("sym/system/lib/libs.so.list", "00001000 T abc\tsrc/abc.c:10\n00001100 T abcd\tzed.c:5\n"
-                                             "00001200 T funcB\tlib/alpha.c:30\n00001300 T funcA\tlib/alpha.c:10\n"
-                                             "00001400 T nofile\n00101400 T unused\tx/nouse.c:1\n00101500 T last\n");
-    run.input(B()
-                  .comm(7, 7, "app")
+        .file("sym/system/lib/libs.so.list",
+              "00001000 T abc\tsrc/abc.c:10\n00001100 T abcd\tzed.c:5\n"
+              "00001200 T funcB\tlib/alpha.c:30\n00001300 T funcA\tlib/alpha.c:10\n"
+              "00001400 T nofile\n00101400 T unused\tx/nouse.c:1\n00101500 T last\n");
+    run.input(B().comm(7, 7, "app")
                   .mmap(7, 7, 0x40000000, 0x10000, 0, "/system/lib/libs.so")
                   .mmap(7, 7, 0x50000000, 0x10000, 0, "/system/lib/libs.so")
                   .sample(0x40001210, 7, 7, 1000000000ULL, 0, 1, {0x40001310, 0x50001110})
@@ -136,21 +134,24 @@ TEST(ProfileDocument, FilesAndFunctionsOfAListingWithSourceLines)
 TEST(ProfileDocument, NmInTheBackgroundGivesTheDocumentAndMessagesOfOneAtATime)
 {
     ConverterRun run;
-    run.file("bin/nm", "#!/bin/sh\nsleep \"$(cat \"$2.delay\" 2>/dev/null || echo 0)\"\n"
-                       "echo \"nm: $2: listed\" >&2\n[ -f \"$2.list\" ] && cat \"$2.list\"\nexit 0\n");
+    run.file("bin/nm",
+             "#!/bin/sh\nsleep \"$(cat \"$2.delay\" 2>/dev/null || echo 0)\"\n"
+             "echo \"nm: $2: listed\" >&2\n[ -f \"$2.list\" ] && cat \"$2.list\"\nexit 0\n");
     std::filesystem::permissions(run.path("bin/nm"), std::filesystem::perms::owner_all);
     run.prependPath(run.path("bin"));
     const std::string a = run.path("dev/liba.so"), b = run.path("dev/libb.so"), d = run.path("dev/libd.so"),
                       c = run.path("dev/libc.so"), cSym = run.path("sym/libc.so");
-    run.file("dev/liba.so", "").file("dev/liba.so.delay", "0.4")
-        .file("dev/liba.so.list", "00001000 T a_one\tsrc/zeta.c:10\n00001100 T a_two\tsrc/beta.c:20\n00001200 T a_end\n");
+    run.file("dev/liba.so", "")
+        .file("dev/liba.so.delay", "0.4")
+        .file("dev/liba.so.list",
+              "00001000 T a_one\tsrc/zeta.c:10\n00001100 T a_two\tsrc/beta.c:20\n00001200 T a_end\n");
     run.file("dev/libb.so", "").file("dev/libb.so.delay", "0.2").file("dev/libb.so.list", "00001000 T b_only\n");
     run.file("dev/libd.so", "")
-        .file("dev/libd.so.list", "00001000 T d_one\tsrc/delta.c:30\n00001100 T d_two\tsrc/zeta.c:40\n00001200 T d_end\n");
+        .file("dev/libd.so.list",
+              "00001000 T d_one\tsrc/delta.c:30\n00001100 T d_two\tsrc/zeta.c:40\n00001200 T d_end\n");
     run.file("dev/libc.so", "").file("dev/libc.so.list", "00001000 T c_stripped\n");
     run.file("sym/libc.so", "").file("sym/libc.so.list", "00001000 T c_one\n00001100 T c_two\n00001200 T c_end\n");
-    run.input(B()
-                  .comm(7, 7, "app")
+    run.input(B().comm(7, 7, "app")
                   .mmap(7, 7, 0x40000000, 0x10000, 0, a)
                   .mmap(7, 7, 0x40100000, 0x10000, 0, b)
                   .mmap(7, 7, 0x40200000, 0x10000, 0, d)

@@ -25,10 +25,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string fixture(const std::string& name)
-{
-    return std::string(ZELCONV_REAL_FIXTURES) + "/" + name;
-}
+std::string fixture(const std::string& name) { return std::string(ZELCONV_REAL_FIXTURES) + "/" + name; }
 
 // Imports a recording as perf.data of the run, a piped one through standard
 // input, and sets the environment that the summary's last line names.

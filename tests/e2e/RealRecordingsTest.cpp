@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <map>
-#include <cstring>
 #include <set>
 #include <sstream>
 #include <string>
@@ -19,10 +19,7 @@ using B = PerfDataBuilder;
 
 namespace {
 
-std::string realFile(const std::string& name)
-{
-    return std::string(ZELCONV_REAL_DIR) + "/" + name;
-}
+std::string realFile(const std::string& name) { return std::string(ZELCONV_REAL_DIR) + "/" + name; }
 
 // The recordings name files of the machines they were made on; an nm that
 // lists nothing keeps this machine's files out of the result.
@@ -101,8 +98,7 @@ TEST(RealRecordings, ImportedSamplesMatchPerfScript)
 TEST(RealRecordings, BuiltMixedRecordingHasAgreeingKeys)
 {
     ConverterRun run;
-    run.input(B()
-                  .comm(10, 10, "a")
+    run.input(B().comm(10, 10, "a")
                   .mmap(10, 10, 0x8000, 0x4000, 0, "/nonexistent/a")
                   .mmap(10, 11, 0x40000000, 0x10000, 0, "/nonexistent/liba.so")
                   .sample(0x8100, 10, 10, 1000, 0, 1, {0x8100, 0x40000100, 0xC0001000, 0xB0001000, 0x70000})

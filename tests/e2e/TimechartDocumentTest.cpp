@@ -5,10 +5,10 @@
 #include <string>
 #include <utility>
 
-#include "TracePayloads.h"
 #include "ConverterRun.h"
 #include "JSONData.h"
 #include "PerfDataBuilder.h"
+#include "TracePayloads.h"
 
 using B = PerfDataBuilder;
 using loomstat::JSONData;
@@ -32,10 +32,7 @@ B withEventTable()
 const uint64_t kSecond = 1000000000ull;
 
 // Stamps in tenths of a second.
-uint64_t at(int tenths)
-{
-    return (uint64_t)tenths * (kSecond / 10);
-}
+uint64_t at(int tenths) { return (uint64_t)tenths * (kSecond / 10); }
 
 // The ids of the entries of a document read with the tolerant reader, or
 // "unreadable"; the empty value behind the trailing comma is no entry.
@@ -117,7 +114,8 @@ TEST(TimechartDocument, NoEntriesWithoutTracePointsAndNoChartsInProfileMode)
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.output, "\n{\"entries\":[]}\n");
     run.env("kern_ver", "3.10");
-    run.input(withEventTable().tracepoint(0, 0, 0, at(5), 1, B::rawArea(kSwitch, payload::schedSwitch(0, 0, 40), true)));
+    run.input(
+        withEventTable().tracepoint(0, 0, 0, at(5), 1, B::rawArea(kSwitch, payload::schedSwitch(0, 0, 40), true)));
     r = run.run({});
     ASSERT_EQ(r.status, 0) << r.out << r.err;
     EXPECT_EQ(r.output.find("proc-40"), std::string::npos);
@@ -139,8 +137,8 @@ TEST(TimechartDocument, EveryTaskSwitchedInHasItsRunningRows)
         const int cpu = (int)(random() % 4);
         const int next = random() % 5 == 0 ? 0 : 100 + (int)(random() % 30);
         const uint32_t state = random() % 3;
-        recording.tracepoint(0, (uint32_t)current[cpu], (uint32_t)current[cpu], kSecond + (uint64_t)i * 1000000, (uint32_t)cpu,
-                             B::rawArea(kSwitch, payload::schedSwitch(current[cpu], state, next), true));
+        recording.tracepoint(0, (uint32_t)current[cpu], (uint32_t)current[cpu], kSecond + (uint64_t)i * 1000000,
+                             (uint32_t)cpu, B::rawArea(kSwitch, payload::schedSwitch(current[cpu], state, next), true));
         if (random() % 4 == 0)
             recording.tracepoint(0, 1, 1, kSecond + (uint64_t)i * 1000000 + 500, (uint32_t)cpu,
                                  B::rawArea(kWakeup, payload::schedWakeup(100 + (int)(random() % 30)), true));

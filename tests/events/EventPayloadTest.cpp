@@ -80,8 +80,8 @@ TEST_F(EventPayloadTest, RecordOutsideTheSharedBufferReadsAsZero)
 TEST_F(EventPayloadTest, LocationWordCountsFromTheRawDataUnderEveryVersion)
 {
     // Location word: offset 20 from the raw data's start, length (not read) 5.
-    std::string raw = B::u32(0) + B::u32(0) + B::u32(0) + B::u32(20u | (5u << 16)) + B::u32(0) + "kgsl-3d0" +
-                      std::string(1, '\0');
+    std::string raw =
+        B::u32(0) + B::u32(0) + B::u32(0) + B::u32(20u | (5u << 16)) + B::u32(0) + "kgsl-3d0" + std::string(1, '\0');
     char* at = place(0, std::string(EventPayload::kRawOffset, '\0') + raw);
     kern_ver = 309;  // payload at 12: the word is the payload's first field
     EXPECT_EQ(EventPayload(at).locationText(0), "kgsl-3d0");

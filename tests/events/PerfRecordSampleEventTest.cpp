@@ -72,8 +72,11 @@ TEST_F(EventRegistry, SixtyFourBitLayoutsArePreferredOnlyWhenAsked)
 // 4000 entries for ordinary numbers; a later entry for a number wins.
 TEST_F(EventRegistry, TableOfFourThousandEntries)
 {
-    readTable(B().eventType(0, "sched:sched_wakeup").eventType(7, "no:such_event").eventType(3999, "task:task_rename")
-                  .eventType(9, "sched:sched_wakeup").eventType(9, "sched:sched_switch"));
+    readTable(B().eventType(0, "sched:sched_wakeup")
+                  .eventType(7, "no:such_event")
+                  .eventType(3999, "task:task_rename")
+                  .eventType(9, "sched:sched_wakeup")
+                  .eventType(9, "sched:sched_switch"));
     EXPECT_EQ(functions().size(), 4000u);
     EXPECT_EQ(functions()[0], &PRSE_sched_wakeup::factory);
     EXPECT_EQ(functions()[7], nullptr);
@@ -107,8 +110,11 @@ TEST_F(EventRegistry, EntriesSurviveGrowingAndShrinking)
 // two entries); with the data section ahead of it, at the end of the input.
 TEST_F(EventRegistry, TableEndsAtTheDataSectionOrTheInput)
 {
-    readTable(B().attributes(16).eventType(1, "sched:sched_wakeup").eventType(2, "sched:sched_wakeup")
-                  .eventType(3, "sched:sched_wakeup").dataOffset(104 + 16 + 144 + 40));
+    readTable(B().attributes(16)
+                  .eventType(1, "sched:sched_wakeup")
+                  .eventType(2, "sched:sched_wakeup")
+                  .eventType(3, "sched:sched_wakeup")
+                  .dataOffset(104 + 16 + 144 + 40));
     EXPECT_NE(functions()[2], nullptr);
     EXPECT_EQ(functions()[3], nullptr);
     readTable(B().eventType(4, "sched:sched_wakeup").dataOffset(8));

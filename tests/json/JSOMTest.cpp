@@ -57,7 +57,8 @@ TEST(JSOMLookup, IndexesAppendAtMinusOneAndTheEnd) {
   EXPECT_EQ(stderrOf([&] { EXPECT_EQ(doc[5].kind(), JSOM::KIND_INVALID); }),
             "JSOM::operator[](int32_t): index out of bounds\n");
   EXPECT_EQ(stderrOf([&] { doc.at(-2); }), "JSOM::at(int32_t): index out of bounds\n");
-  EXPECT_EQ(stderrOf([&] { doc.at(static_cast<const char*>(nullptr)); }), "JSOM::at(char *): null key pointer\n");
+  EXPECT_EQ(stderrOf([&] { doc.at(static_cast<const char*>(nullptr)); }),
+            "JSOM::at(char *): null key pointer\n");
   EXPECT_EQ(stderrOf([&] { doc[static_cast<const char*>(nullptr)]; }),
             "JSOM::operator[](char *): null key pointer\n");
 }
@@ -86,7 +87,8 @@ TEST(JSOMInvalid, WritesAndLookupsReportANullReference) {
        }}};
   for (const auto& [name, action] : cases) {
     JSOM handle = JSOM::JERROR;
-    EXPECT_EQ(stderrOf([&] { action(handle); }), std::string("JSOM::") + name + ": null reference error\n");
+    EXPECT_EQ(stderrOf([&] { action(handle); }),
+              std::string("JSOM::") + name + ": null reference error\n");
     EXPECT_EQ(handle.kind(), JSOM::KIND_INVALID) << name;
   }
 }
@@ -95,7 +97,8 @@ TEST(JSOMInvalidHandle, AnswersDefaultsAndChainsSafely) {
   JSOM error = JSOM::JERROR;
   std::string messages = stderrOf([&] { EXPECT_EQ(error["a"]["b"][0].longValue(3), 3); });
   EXPECT_EQ(messages,
-            "JSOM::operator[](char *): null reference error\nJSOM::operator[](char *): null reference error\n"
+            "JSOM::operator[](char *): null reference error\nJSOM::operator[](char *): null "
+            "reference error\n"
             "JSOM::operator[](int32_t): null reference error\n");
   EXPECT_EQ(error.size(), 0);
   EXPECT_FALSE(error.isNull() || error.isObject() || error.isNumber() || error.isValid());
@@ -114,13 +117,23 @@ TEST(JSOMAccessors, ConvertAndChangeTheNode) {
     char accessor;  // l: longValue(5), d: doubleValue(5), b: booleanValue(true), s: stringValuePtr
     const char* result;
     const char* after;  // the node afterwards
-  } cases[] = {{"\"12x\"", 'l', "5", "\"12x\""}, {"\"-42\"", 'l', "-42", "-42"},
+  } cases[] = {{"\"12x\"", 'l', "5", "\"12x\""},
+               {"\"-42\"", 'l', "-42", "-42"},
                {"\"99999999999999999999\"", 'l', "7766279631452241919", "7766279631452241919"},
-               {"\"\"", 'l', "5", "\"\""}, {"\"12.\"", 'd', "12", "12"}, {"\"-1.25\"", 'd', "-1.25", "-1.25"},
-               {"\"1.2.3\"", 'd', "5", "\"1.2.3\""}, {"\"-\"", 'd', "5", "\"-\""}, {"2.9", 'l', "2", "2.9"},
-               {"true", 'd', "1", "true"}, {"null", 'l', "5", "null"}, {"0.5", 'b', "false", "0.5"},
-               {"-1", 'b', "true", "-1"}, {"12", 's', "12", "\"12\""}, {"2.5", 's', "2.5", "\"2.5\""},
-               {"true", 's', "true", "\"true\""}, {"{}", 's', "<default>", "{}"}};
+               {"\"\"", 'l', "5", "\"\""},
+               {"\"12.\"", 'd', "12", "12"},
+               {"\"-1.25\"", 'd', "-1.25", "-1.25"},
+               {"\"1.2.3\"", 'd', "5", "\"1.2.3\""},
+               {"\"-\"", 'd', "5", "\"-\""},
+               {"2.9", 'l', "2", "2.9"},
+               {"true", 'd', "1", "true"},
+               {"null", 'l', "5", "null"},
+               {"0.5", 'b', "false", "0.5"},
+               {"-1", 'b', "true", "-1"},
+               {"12", 's', "12", "\"12\""},
+               {"2.5", 's', "2.5", "\"2.5\""},
+               {"true", 's', "true", "\"true\""},
+               {"{}", 's', "<default>", "{}"}};
   for (const auto& c : cases) {
     JSOM doc = parsed(c.json);
     std::ostringstream result;
@@ -139,8 +152,9 @@ TEST(JSOMAccessors, ConvertAndChangeTheNode) {
 // recognised (the fallback answers).
 TEST(JSOMBooleanWords, RecognisedByLengthIgnoringCase) {
   const std::pair<const char*, int> cases[] = {
-      {"TRUE", 1}, {"Y", 1},  {"t", 1},  {"1", 1},  {"On", 1},     {"yes", 1}, {"\x11", 1}, {"oFF", 0},
-      {"N", 0},    {"f", 0},  {"0", 0},  {"false", -1}, {"no", -1}, {"", -1},   {"truee", -1}, {"2", -1}};
+      {"TRUE", 1}, {"Y", 1},   {"t", 1},      {"1", 1}, {"On", 1}, {"yes", 1},
+      {"\x11", 1}, {"oFF", 0}, {"N", 0},      {"f", 0}, {"0", 0},  {"false", -1},
+      {"no", -1},  {"", -1},   {"truee", -1}, {"2", -1}};
   for (const auto& [text, verdict] : cases) {
     for (bool fallback : {false, true}) {
       JSOM doc;
@@ -212,7 +226,8 @@ TEST(JSOMLoading, StringsStreamsAndFiles) {
   EXPECT_EQ(&doc.fromFile((dir + "/in.json").c_str()), &doc);
   ASSERT_TRUE(doc.toFile((dir + "/out.json").c_str()));
   std::ifstream saved(dir + "/out.json");
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(saved), {}), "{\n \"a\": [\n  1,\n  2.5\n ]\n}");
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(saved), {}),
+            "{\n \"a\": [\n  1,\n  2.5\n ]\n}");
   ASSERT_TRUE(JSOM::BLANK.toFile((dir + "/blank.json").c_str()));
   EXPECT_EQ(std::filesystem::file_size(dir + "/blank.json"), 0u);
   EXPECT_EQ(stderrOf([&] {
@@ -230,10 +245,16 @@ TEST(JSOMExpand, SubstitutesSetVariablesOnly) {
   setenv("ZJ_A", "alpha", 1);
   setenv("ZJ_C", "${ZJ_A}", 1);
   unsetenv("ZJ_NOPE");
-  const std::pair<const char*, const char*> cases[] = {
-      {"${ZJ_A}/x", "alpha/x"}, {"${ZJ_NOPE}/x", "${ZJ_NOPE}/x"}, {"${ZJ_A}/${ZJ_NOPE}", "alpha/${ZJ_NOPE}"},
-      {"${}", "${}"}, {"${ZJ_A", "${ZJ_A"}, {"${ZJ_A}/${ZJ_NOPE", "alpha/${ZJ_NOPE"}, {"$ZJ_A", "$ZJ_A"},
-      {"${ZJ_A${ZJ_A}}", "${ZJ_A${ZJ_A}}"}, {"p${ZJ_A}${ZJ_A}$", "palphaalpha$"}, {"${ZJ_C}", "${ZJ_A}"}};
+  const std::pair<const char*, const char*> cases[] = {{"${ZJ_A}/x", "alpha/x"},
+                                                       {"${ZJ_NOPE}/x", "${ZJ_NOPE}/x"},
+                                                       {"${ZJ_A}/${ZJ_NOPE}", "alpha/${ZJ_NOPE}"},
+                                                       {"${}", "${}"},
+                                                       {"${ZJ_A", "${ZJ_A"},
+                                                       {"${ZJ_A}/${ZJ_NOPE", "alpha/${ZJ_NOPE"},
+                                                       {"$ZJ_A", "$ZJ_A"},
+                                                       {"${ZJ_A${ZJ_A}}", "${ZJ_A${ZJ_A}}"},
+                                                       {"p${ZJ_A}${ZJ_A}$", "palphaalpha$"},
+                                                       {"${ZJ_C}", "${ZJ_A}"}};
   for (const auto& [text, expanded] : cases) {
     JSOM doc;
     doc.setString(text);

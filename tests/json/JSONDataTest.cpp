@@ -38,7 +38,7 @@ TEST(JSONDataTree, SetTypeBooleanValueAndSaturation) {
   JSONData node;
   node.setByKey("a", longNode(1));
   JSONData::release(node.getByKey("a"));  // leave the tree as the only holder
-  node.setObject();  // the same type keeps its content
+  node.setObject();                       // the same type keeps its content
   EXPECT_EQ(compact(node), "{\"a\":1}");
   node.setArray();
   EXPECT_EQ(compact(node), "[]");
@@ -109,11 +109,12 @@ TEST(JSONDataTree, SetByKeyReplacesDeletesAndConverts) {
 TEST(JSONDataTree, SetByIndexAppendsOnlyAtTheEnd) {
   ThreeElements t;
   JSONData* extra = longNode(9);
-  EXPECT_EQ(stderrOf([&] {
-              t.array.setByIndex(5, extra);
-              t.array.setByIndex(-1, extra);
-            }),
-            "JSONData::setByIndex(): index out of range\nJSONData::setByIndex(): index out of range\n");
+  EXPECT_EQ(
+      stderrOf([&] {
+        t.array.setByIndex(5, extra);
+        t.array.setByIndex(-1, extra);
+      }),
+      "JSONData::setByIndex(): index out of range\nJSONData::setByIndex(): index out of range\n");
   EXPECT_EQ(extra->_refCount, 1);
   t.array.setByIndex(3, extra);
   EXPECT_EQ(compact(t.array), "[1,2,3,9]");
@@ -172,8 +173,15 @@ TEST(JSONDataPrint, ScalarsAndQuoting) {
     double value;
     int precision;
     const char* text;
-  } cases[] = {{2.50, 4, "2.5"}, {3.0, 4, "3"}, {120, 0, "12"}, {7, 0, "7"}, {100, 2, "100"}, {0.1, 9, "0.1"},
-               {-0.00001, 4, "-0"}, {1.23456, 2, "1.23"}, {1e20, 2, "100000000000000000000"},
+  } cases[] = {{2.50, 4, "2.5"},
+               {3.0, 4, "3"},
+               {120, 0, "12"},
+               {7, 0, "7"},
+               {100, 2, "100"},
+               {0.1, 9, "0.1"},
+               {-0.00001, 4, "-0"},
+               {1.23456, 2, "1.23"},
+               {1e20, 2, "100000000000000000000"},
                {0x1p200, 4, "1606938044258990275541962092341162602522202993782792835301376"}};
   JSONData node;
   for (const auto& c : cases) {
@@ -213,10 +221,12 @@ TEST(JSONDataPrint, PrettyAndCompactForms) {
   EXPECT_EQ(out, "");
   // The indent is capped at fifty spaces: member and closing indent by depth.
   ASSERT_TRUE(node.setFromJsonStlString("[1]"));
-  for (auto [depth, member, closing] : {std::tuple{48, 49, 48}, {49, 50, 49}, {50, 50, 50}, {70, 50, 50}}) {
+  for (auto [depth, member, closing] :
+       {std::tuple{48, 49, 48}, {49, 50, 49}, {50, 50, 50}, {70, 50, 50}}) {
     out.clear();
     node.appendJsonString(out, true, 4, depth);
-    EXPECT_EQ(out, "[\n" + std::string(member, ' ') + "1\n" + std::string(closing, ' ') + "]") << depth;
+    EXPECT_EQ(out, "[\n" + std::string(member, ' ') + "1\n" + std::string(closing, ' ') + "]")
+        << depth;
   }
 }
 

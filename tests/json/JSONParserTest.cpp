@@ -15,15 +15,18 @@ enum class Twin { Cursor, Stream };
 
 // Parses text with one twin; returns the success flag, what went to standard
 // error, and the input left after the parse.
-bool parse(Twin twin, JSONData& node, const std::string& text, std::string& messages, std::string* rest = nullptr) {
+bool parse(Twin twin, JSONData& node, const std::string& text, std::string& messages,
+           std::string* rest = nullptr) {
   testing::internal::CaptureStderr();
   const char* cursor = text.c_str();
   std::istringstream stream(text);
-  const bool ok = twin == Twin::Cursor ? node.setFromJsonString(cursor) : node.setFromStream(stream);
+  const bool ok =
+      twin == Twin::Cursor ? node.setFromJsonString(cursor) : node.setFromStream(stream);
   messages = testing::internal::GetCapturedStderr();
   stream.clear();
   if (rest != nullptr)
-    *rest = twin == Twin::Cursor ? std::string(cursor) : std::string(std::istreambuf_iterator<char>(stream), {});
+    *rest = twin == Twin::Cursor ? std::string(cursor)
+                                 : std::string(std::istreambuf_iterator<char>(stream), {});
   return ok;
 }
 
@@ -49,7 +52,8 @@ TEST_P(JSONParse, ResultTreeAndMessage) {
   }
   std::string expected;
   if (*c.message != '\0') {
-    expected = std::string("JSONData::") + (twin == Twin::Cursor ? "setFromJsonString()" : "setFromStream()") +
+    expected = std::string("JSONData::") +
+               (twin == Twin::Cursor ? "setFromJsonString()" : "setFromStream()") +
                ": syntax error: " + c.message + "\n";
   }
   EXPECT_EQ(messages, expected);
@@ -104,8 +108,9 @@ const ParseCase kCases[] = {
     {"[1] garbage", true, "[1]", "", " garbage"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Both, JSONParse, testing::Combine(testing::Values(Twin::Cursor, Twin::Stream),
-                                                           testing::ValuesIn(kCases)));
+INSTANTIATE_TEST_SUITE_P(Both, JSONParse,
+                         testing::Combine(testing::Values(Twin::Cursor, Twin::Stream),
+                                          testing::ValuesIn(kCases)));
 
 class JSONParseTwin : public testing::TestWithParam<Twin> {};
 
@@ -136,7 +141,8 @@ TEST_P(JSONParseTwin, NestingIsLimited) {
   EXPECT_TRUE(parse(GetParam(), node, std::string(limit, '[') + std::string(limit, ']'), messages));
   EXPECT_EQ(messages, "");
   node.reset();
-  EXPECT_FALSE(parse(GetParam(), node, std::string(limit + 1, '[') + std::string(limit + 1, ']'), messages));
+  EXPECT_FALSE(
+      parse(GetParam(), node, std::string(limit + 1, '[') + std::string(limit + 1, ']'), messages));
   EXPECT_EQ(messages, std::string("JSONData::") +
                           (GetParam() == Twin::Cursor ? "setFromJsonString()" : "setFromStream()") +
                           ": syntax error: missing value\n");

@@ -38,10 +38,7 @@ PerfRecord* probe(char* buffer)
 
 const int probeRegistered = PerfFactory::addFunction(kProbeType, "probe", probe);
 
-PerfRecord* other(char*)
-{
-    return nullptr;
-}
+PerfRecord* other(char*) { return nullptr; }
 
 // A probe record whose first body word tells it apart.
 B& probeRecord(B& b, uint32_t tag, size_t bodySize = 8)
@@ -115,14 +112,18 @@ TEST_F(RecordWalk, ScanFindsTheNextHeaderBehindDamageAndCountsItsWords)
         // The next header read takes the junk and the type word of record 2,
         // which is lost: its size word (16 << 16) is no type, its body word 2
         // is, but the zero behind it gives size 0; record 3's header follows.
-        {"second word", [](B& b) { probeRecord(probeRecord(probeRecord(b, 1).junk(std::string(4, '\0')), 2), 3); },
-         {1, 3}, 20},
+        {"second word",
+         [](B& b) { probeRecord(probeRecord(probeRecord(b, 1).junk(std::string(4, '\0')), 2), 3); },
+         {1, 3},
+         20},
         {"size 11", [](B& b) { probeRecord(b.header(kProbeType, 11, std::string(8, '\0')), 7); }, {7}, 16},
         {"size 257", [](B& b) { probeRecord(b.header(kProbeType, 257, std::string(8, '\0')), 7); }, {7}, 16},
         {"type 0", [](B& b) { probeRecord(b.header(0, 16, std::string(8, '\0')), 7); }, {7}, 16},
         {"type 17", [](B& b) { probeRecord(b.header(17, 16, std::string(8, '\0')), 7); }, {7}, 16},
         // 308 bytes are taken for damage.
-        {"long", [](B& b) { probeRecord(probeRecord(b, 1).record(kProbeType, std::string(300, '\0')), 2); }, {1, 2},
+        {"long",
+         [](B& b) { probeRecord(probeRecord(b, 1).record(kProbeType, std::string(300, '\0')), 2); },
+         {1, 2},
          300 + 8},
     };
     for (const auto& c : cases) {

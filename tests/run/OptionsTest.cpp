@@ -33,10 +33,7 @@ protected:
 
 }  // namespace
 
-TEST(OptionTable, GetoptStringFollowsTheRows)
-{
-    EXPECT_EQ(optionString(), "wlWLIi:o:p:zeqrRb:s:f:dDv:mhtc:g:S:P:P:");
-}
+TEST(OptionTable, GetoptStringFollowsTheRows) { EXPECT_EQ(optionString(), "wlWLIi:o:p:zeqrRb:s:f:dDv:mhtc:g:S:P:P:"); }
 
 TEST_F(OptionParsing, LastTimeScaleAndDestructorSwitchWin)
 {

@@ -43,10 +43,7 @@ ConverterRun::~ConverterRun()
     fs::remove_all(_dir, ignored);
 }
 
-std::string ConverterRun::path(const std::string& name) const
-{
-    return _dir + "/" + name;
-}
+std::string ConverterRun::path(const std::string& name) const { return _dir + "/" + name; }
 
 ConverterRun& ConverterRun::input(const PerfDataBuilder& builder, const std::string& name)
 {

@@ -12,10 +12,10 @@ class PerfDataBuilder;
 
 struct RunResult {
     int status = -1;
-    std::string out;           // standard output
-    std::string err;           // standard error
-    bool outputExists = false; // whether the output file was created
-    std::string output;        // its contents
+    std::string out;            // standard output
+    std::string err;            // standard error
+    bool outputExists = false;  // whether the output file was created
+    std::string output;         // its contents
 };
 
 class ConverterRun {

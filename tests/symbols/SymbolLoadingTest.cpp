@@ -62,10 +62,12 @@ INSTANTIATE_TEST_SUITE_P(
                 "00001000 t $a\n00001000 T first\n00001010 D data\n         U undef\n00001020 t $d\n"
                 "00001030 W weak\n00001040 w last\n",
                 {{0x1000, 0x30, "first\n"}, {0x1030, 0x10, "weak"}, {0x1040, 0, "last"}}},
-        Listing{"EqualAddressesAreNoAlarm", "00002000 T a1\n00002000 T a2\n00002100 T a3\n",
+        Listing{"EqualAddressesAreNoAlarm",
+                "00002000 T a1\n00002000 T a2\n00002100 T a3\n",
                 {{0x2000, 0, "a1\n"}, {0x2000, 0x100, "a2"}, {0x2100, 0, "a3"}}},
         Listing{"NoFinalLineEndLosesTheLast", "00001000 T aa\n00001100 T bb", {{0x1000, 0x100, "aa\n"}}},
-        Listing{"InnerTypeTextCutsTheName", "00001000 W a T b\n00001010 T cccc\n",
+        Listing{"InnerTypeTextCutsTheName",
+                "00001000 W a T b\n00001010 T cccc\n",
                 {{0x1000, 0x10, "b\n"}, {0x1010, 0, "cccc"}}},
         // Backward at 2000: the rest is gathered by address, and a repeated address replaces the name.
         Listing{"UnsortedRebuildsFromTheRest",
@@ -73,7 +75,9 @@ INSTANTIATE_TEST_SUITE_P(
                 {{0x1000, 0x2000, "a\n"}, {0x3000, 0x1000, "e\n"}, {0x4000, 0x1000, "d\n"}, {0x5000, 1, "f\n"}}},
         Listing{"LineWithoutANameIsSafe", "00001000 T\n00001010 T x1\n", {{0x1000, 0x10, ""}, {0x1010, 0, "x1"}}},
         // A line reads at most 4095 characters; the rest of it is a line of its own, which has no address.
-        Listing{"LongLineIsCutAtTheBuffer", kLongLine.c_str(), {{0x1000, 0x1000, std::string(4084, 'q')}, {0x2000, 0, "b"}}},
+        Listing{"LongLineIsCutAtTheBuffer",
+                kLongLine.c_str(),
+                {{0x1000, 0x1000, std::string(4084, 'q')}, {0x2000, 0, "b"}}},
         Listing{"Empty", "", {}}),
     [](const testing::TestParamInfo<Listing>& info) { return std::string(info.param.label); });
 
@@ -93,8 +97,9 @@ TEST_F(SymbolLoading, FileAndLineBehindATab)
 TEST_F(SymbolLoading, KernelListFiltersLowAddressesAndKeepsModulesBehind)
 {
     EnvSetting root("ZELCONV_SYSROOT", _scratch.path("root"));
-    _scratch.systemFile("/proc/kallsyms", "00001000 T low\nc0008000 T stext\nc0009000 t helper\n"
-                                          "bf000000 t m1\t[mod]\nbf000100 t m2\t[mod]\n");
+    _scratch.systemFile("/proc/kallsyms",
+                        "00001000 T low\nc0008000 T stext\nc0009000 t helper\n"
+                        "bf000000 t m1\t[mod]\nbf000100 t m2\t[mod]\n");
     symPath = "/:/ab:/cd";
     SymbolTable* table = SymbolTable::loadKernelSymbols();
     EXPECT_EQ(SymbolTable::_kernelSymTable, table);

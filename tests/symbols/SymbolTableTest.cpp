@@ -7,7 +7,8 @@ class SymbolTableTest : public SymbolFixture {};
 namespace {
 
 // {address, index found by findElement, index found by findElementLinear}; -1 for none.
-class FindElement : public SymbolFixture, public testing::WithParamInterface<std::tuple<unsigned long long, int, int>> {};
+class FindElement : public SymbolFixture,
+                    public testing::WithParamInterface<std::tuple<unsigned long long, int, int>> {};
 
 int indexOf(SymbolTable& table, SymbolTableElement* element)
 {
@@ -56,8 +57,8 @@ TEST_F(SymbolTableTest, SyntheticEntryPerUnit)
     // Stored under the address as given, looked up with the low bits cleared.
     SymbolTableElement* odd = SymbolTable::addSyntheticEntry(0x7a5c1234, 0x10000, "{odd}");
     EXPECT_NE(SymbolTable::addSyntheticEntry(0x7a5c1234, 0x10000, "{odd}"), odd);
-    EXPECT_EQ(symbolsOf(*SymbolTable::_syntheticSymTable),
-              (std::vector<Sym>{{0x7a5b0000, 0x10000, "{p-7a5b0000}"}, {0x7a5c1234, 0x10000, "{odd}"},
-                                {0x7a5c1234, 0x10000, "{odd}"}}));
+    EXPECT_EQ(symbolsOf(*SymbolTable::_syntheticSymTable), (std::vector<Sym>{{0x7a5b0000, 0x10000, "{p-7a5b0000}"},
+                                                                             {0x7a5c1234, 0x10000, "{odd}"},
+                                                                             {0x7a5c1234, 0x10000, "{odd}"}}));
     delete SymbolTable::_syntheticSymTable;  // also forgets its units
 }

@@ -16,8 +16,8 @@ class CPUChartTest : public TimechartFixture {};
 TEST_F(CPUChartTest, IdleStatesAndLeavingThem)
 {
     CPUChart chart(0);
-    for (auto [tenths, value] : {std::pair{5, 0}, {5, -1}, {10, 3}, {20, 0}, {30, 5}, {40, 0}, {50, 1}, {60, 0},
-                                 {70, 4}})
+    for (auto [tenths, value] :
+         {std::pair{5, 0}, {5, -1}, {10, 3}, {20, 0}, {30, 5}, {40, 0}, {50, 1}, {60, 0}, {70, 4}})
         chart.addValue((unsigned long long)tenths * 100000000ull, 42, value);
     EXPECT_EQ(samples(chart._idle[0]) + "|" + samples(chart._idle[1]) + "|" + samples(chart._idle[2]) + "|" +
                   samples(chart._idle[3]) + "|" + samples(chart._busy) + samples(chart._frequency),
