@@ -89,32 +89,11 @@ PerfRecordMMap* searchSortedMaps(Matches matches, GoesUp goesUp)
 
 }  // namespace
 
-PerfRecordMMap::PerfRecordMMap()
-    : _start(0),
-      _length(0),
-      _pgoff(0),
-      _symbolBase(0),
-      _fileName(nullptr),
-      _pidKey(0),
-      _sortKey(0),
-      _processRecord(nullptr),
-      _symbols(nullptr)
-{
-    key = ++_indexTotal;
-}
+PerfRecordMMap::PerfRecordMMap() { key = ++_indexTotal; }
 
 PerfRecordMMap::PerfRecordMMap(unsigned int pid_, unsigned int tid_, unsigned long long start,
                                unsigned long long length, unsigned long long pgoff, const char* name)
-    : PerfRecord(pid_, tid_),
-      _start(start),
-      _length(length),
-      _pgoff(pgoff),
-      _symbolBase(0),
-      _fileName(nullptr),
-      _pidKey(0),
-      _sortKey(0),
-      _processRecord(nullptr),
-      _symbols(nullptr)
+    : PerfRecord(pid_, tid_), _start(start), _length(length), _pgoff(pgoff)
 {
     if (_lostAndFound == nullptr)
         _createStandingMaps();

@@ -61,17 +61,17 @@ public:
 
     static void outAll(PerfJSONWriter& writer);
 
-    uint64_t _start;
-    uint64_t _length;
-    uint64_t _pgoff;
-    uint64_t _symbolBase;
-    char* _fileName;
-    uint32_t _pidKey;
-    uint64_t _sortKey;
-    PerfRecordComm* _processRecord;
+    uint64_t _start = 0;
+    uint64_t _length = 0;
+    uint64_t _pgoff = 0;
+    uint64_t _symbolBase = 0;
+    char* _fileName = nullptr;
+    uint32_t _pidKey = 0;
+    uint64_t _sortKey = 0;
+    PerfRecordComm* _processRecord = nullptr;
     std::vector<PerfRecordSample*> _samples;
     std::vector<SymbolTableElement*> _symbolElements;
-    SymbolTable* _symbols;
+    SymbolTable* _symbols = nullptr;
 
     // Maps and symbols draw their keys from this one counter.
     static uint32_t _indexTotal;

@@ -41,36 +41,11 @@ T fieldAt(const char* record, size_t offset)
 
 }  // namespace
 
-PerfRecordSample::PerfRecordSample()
-    : _ip(0),
-      _period(0),
-      _time(0),
-      _cpu(0),
-      _depth(0),
-      _mapKey(0),
-      _pidKey(0),
-      _processRecord(nullptr),
-      _traceWords(nullptr),
-      _traceEntries(0),
-      _wideTrace(false)
-{
-    key = (uint32_t)++_runningIndex;
-}
+PerfRecordSample::PerfRecordSample() { key = (uint32_t)++_runningIndex; }
 
 PerfRecordSample::PerfRecordSample(unsigned long long ip, unsigned long long time, unsigned int cpu, unsigned int pid_,
                                    unsigned int tid_, unsigned long long period, unsigned int nr, const char* record)
-    : PerfRecord(pid_, tid_),
-      _ip(ip),
-      _period(period),
-      _time(time),
-      _cpu(cpu),
-      _depth(nr),
-      _mapKey(0),
-      _pidKey(0),
-      _processRecord(nullptr),
-      _traceWords(nullptr),
-      _traceEntries(0),
-      _wideTrace(false)
+    : PerfRecord(pid_, tid_), _ip(ip), _period(period), _time(time), _cpu(cpu), _depth(nr)
 {
     if (_firstSampleTime == 0.0)
         _firstSampleTime = time64ToDouble(time);

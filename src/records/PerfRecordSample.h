@@ -67,14 +67,14 @@ public:
     // Writes the samples section, and destroys every sample as it is written.
     static void outAll(PerfJSONWriter& writer);
 
-    uint64_t _ip;
-    uint64_t _period;
-    uint64_t _time;
-    uint32_t _cpu;
-    uint32_t _depth;
-    uint32_t _mapKey;
-    uint32_t _pidKey;
-    PerfRecordComm* _processRecord;
+    uint64_t _ip = 0;
+    uint64_t _period = 0;
+    uint64_t _time = 0;
+    uint32_t _cpu = 0;
+    uint32_t _depth = 0;
+    uint32_t _mapKey = 0;
+    uint32_t _pidKey = 0;
+    PerfRecordComm* _processRecord = nullptr;
 
     // Back-trace entry `index`: its address and the key of its symbol or map;
     // 0 and 0 for an entry that was never read.
@@ -99,9 +99,9 @@ private:
 
     // The entries read, in the record arena: two words each (address, key),
     // or three (address low and high, key) when an address needs 64 bits.
-    uint32_t* _traceWords;
-    uint8_t _traceEntries;
-    bool _wideTrace;
+    uint32_t* _traceWords = nullptr;
+    uint8_t _traceEntries = 0;
+    bool _wideTrace = false;
 };
 
 #endif
